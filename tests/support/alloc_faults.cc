@@ -1,0 +1,95 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#include "support/alloc_faults.h"
+
+#include <errno.h>
+#include <new>
+#include <stddef.h>
+#include <stdlib.h>
+
+namespace {
+
+thread_local int countdown = 0;
+thread_local bool failed = false;
+thread_local long live = 0;
+
+bool mustFail() {
+    if (countdown == 0 || --countdown != 0) {
+        return false;
+    }
+    failed = true;
+    errno = ENOMEM;
+    return true;
+}
+
+}  // namespace
+
+long AllocFaults::liveBlocks() {
+    return live;
+}
+
+void AllocFaults::failNth(int n) {
+    countdown = n;
+    failed = false;
+}
+
+bool AllocFaults::hasFailed() {
+    return failed;
+}
+
+// The executable's definitions win over those of the C library, or of the address sanitizer.
+#if defined(__SANITIZE_ADDRESS__)
+#define REAL(name) __interceptor_##name
+#else
+#define REAL(name) __libc_##name
+#endif
+
+extern "C" {
+
+void* REAL(malloc)(size_t);
+void* REAL(calloc)(size_t, size_t);
+void* REAL(realloc)(void*, size_t);
+void REAL(free)(void*);
+
+void* malloc(size_t size) {
+    void* const block = mustFail() ? nullptr : REAL(malloc)(size);
+    live += block != nullptr ? 1 : 0;
+    return block;
+}
+
+void* calloc(size_t count, size_t size) {
+    void* const block = mustFail() ? nullptr : REAL(calloc)(count, size);
+    live += block != nullptr ? 1 : 0;
+    return block;
+}
+
+void* realloc(void* old, size_t size) {
+    void* const block = mustFail() ? nullptr : REAL(realloc)(old, size);
+    live += old == nullptr && block != nullptr ? 1 : 0;
+    return block;
+}
+
+void free(void* block) {
+    live -= block != nullptr ? 1 : 0;
+    REAL(free)(block);
+}
+
+}  // extern "C"
+
+// Over malloc(), so that they fail too where the runtime has operators of its own.
+void* operator new(size_t size) {
+    void* const block = malloc(size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    return malloc(size);
+}
+void operator delete(void* block) noexcept {
+    free(block);
+}
+void operator delete(void* block, size_t) noexcept {
+    free(block);
+}
