@@ -123,8 +123,8 @@ class ZOL_API CEvent {
      *
      * @param timeout  a duration, cut to whole milliseconds that must fit into 32 bits (a little
      *                 over 24 days). For a timer the delay; for a descriptor the time without
-     *                 readiness after which it is called with -1, CTime::infinite for none; not
-     *                 used for a signal.
+     *                 readiness after which it is called with -1; not used for a signal.
+     *                 CTime::infinite: never.
      * @return         0 or -1
      */
     int add(const CTime& timeout);

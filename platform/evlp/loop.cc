@@ -60,7 +60,7 @@ int waitForEvents(evlp_thread_str* loop, const KernelTime* timeout) {
     if (loop->waitsPrecisely) {
         // By number: not every C library has a function for it.
         const long count = syscall(SYS_epoll_pwait2, loop->epoll, loop->events, loop->eventCapacity,
-                                   timeout, nullptr, 0);
+                                   timeout, nullptr, size_t{0});
         if (count >= 0 || !isRefused(errno)) {
             return static_cast<int>(count);
         }

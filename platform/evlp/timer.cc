@@ -12,6 +12,8 @@ namespace evlp {
 
 namespace {
 
+constexpr int64_t kNever = -1;
+
 int64_t dueAfter(const Timer* timer, int64_t delayMs) {
     const timespec time = now();
     if (delayMs < 1) {
@@ -59,7 +61,11 @@ int timer_startCtx(evlp_ctx_str* ctx, int64_t delayMs) {
     }
     rest(timer);
     timer->armed = true;
-    timer->loop->deadlines.arm(timer, dueAfter(timer, delayMs));
+    if (delayMs == kNever) {
+        timer->loop->deadlines.cancel(timer);
+    } else {
+        timer->loop->deadlines.arm(timer, dueAfter(timer, delayMs));
+    }
     return 0;
 }
 

@@ -1,14 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
-#include <algorithm>
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <signal.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
+#include <stdint.h>
 #include <unistd.h>
+#include <vector>
 
 #include "evlp/evlp.h"
 

@@ -2,15 +2,18 @@
 // SPDX-License-Identifier: MIT
 #include "support/evlp_loop.h"
 
+#include <algorithm>
 #include <atomic>
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <stdlib.h>
 #include <string>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include "evlp/evlp.h"
 
@@ -338,6 +341,15 @@ TEST_F(LoopResources, MissingDescriptorsMakeAnOpenFailWithoutALeak) {
         EXPECT_EQ(EMFILE, error);
         EXPECT_EQ(before, openDescriptors());
     }
+}
+
+TEST_F(LoopResources, RefusedByTheKernelMakeAnOpenFailWithoutALeak) {
+    const std::vector<int> before = openDescriptors();
+    kernel::failNextWakeup(ENOSPC);
+
+    EXPECT_EQ(nullptr, evlp_openThreadInt("refused", 0, 0, 0, 0, 0, 0));
+    EXPECT_EQ(ENOSPC, errno);
+    EXPECT_EQ(before, openDescriptors());
 }
 
 TEST_F(LoopResources, NameIsCopiedAndMayBeLongOrMissing) {

@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <string>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include "evlp/evlp.h"
 
@@ -15,7 +17,7 @@
 
 namespace {
 
-int foreignCalls = 0;
+std::atomic<int> foreignCalls{0};
 
 class SignalTest : public LoopTest {
   protected:
@@ -281,6 +283,20 @@ TEST_F(SignalDisposition, ComesBackWithTheLastStop) {
     raise(SIGUSR1);
     EXPECT_EQ(1, foreignCalls);
     useDefault(SIGUSR1);
+}
+
+TEST_F(SignalDisposition, ThatCannotBeSuspendedMakesTheStartFail) {
+    Context& usr1 = signal("signal", SIGUSR1);
+    kernel::failNextHandler(EINVAL);
+
+    EXPECT_EQ(-1, usr1.start());
+    EXPECT_EQ(EINVAL, errno);
+    EXPECT_EQ(SIG_DFL, present(SIGUSR1).sa_handler);
+
+    EXPECT_EQ(0, usr1.start());
+    raise(SIGUSR1);
+    runTurns(1);
+    EXPECT_THAT(called(), ElementsAre("signal"));
 }
 
 TEST_F(SignalDisposition, ComesBackWhenTheLoopIsClosed) {

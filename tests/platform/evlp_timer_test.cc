@@ -1,12 +1,11 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <errno.h>
 #include <gtest/gtest.h>
-#include <memory>
 #include <random>
-#include <set>
 #include <stdint.h>
-#include <stdlib.h>
+#include <vector>
 
 #include "evlp/evlp.h"
 
@@ -55,6 +54,28 @@ TEST_F(TimerStart, WaitsForTheExactNanosecondAndNotLonger) {
 
     EXPECT_EQ(1000002000000, kernel::nowNs());
     EXPECT_EQ(1, kernel::calls.waits);
+}
+
+TEST_F(TimerStart, WaitsForTheExactNanosecondAlsoWhenThatIsLessThanWholeSeconds) {
+    kernel::advanceNs(300000);
+    Context& tick = timer("tick").then([&] { stop(); });
+    tick.start(999);
+
+    run();
+
+    EXPECT_EQ(1001000000000, kernel::nowNs());
+    EXPECT_EQ(1, kernel::calls.waits);
+}
+
+TEST_F(TimerStart, WithADelayOfMinusOneNeverFires) {
+    Context& never = timer("never");
+    never.start(5);
+    never.start(-1);
+    timer("later").start(1000000);
+
+    runFor(2000000);
+
+    EXPECT_THAT(called(), ElementsAre("later"));
 }
 
 TEST_F(TimerStart, WithADelayBelowOneFiresInTheNextTurn) {
@@ -348,7 +369,7 @@ TEST_F(TimerClock, RunsForLongerThanAWaitInMillisecondsCanLast) {
 }
 
 TEST_F(TimerClock, RunsForLongerThanAWaitInMillisecondsCanLastOnAnOldKernel) {
-    kernel::refusePreciseWait(38 /* ENOSYS */);
+    kernel::refusePreciseWait(ENOSYS);
     int64_t firedAt = 0;
     timer("tick").then([&] { firedAt = kernel::nowMs() - 1000000; }).start(100 * kDayMs);
 

@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <errno.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -38,6 +39,8 @@ std::atomic<int> waitError{0};
 std::atomic<int> nextWaitError{0};
 std::atomic<int> creationError{0};
 std::atomic<int> additionError{0};
+std::atomic<int> wakeupError{0};
+std::atomic<int> handlerError{0};
 std::atomic<int> longestWaitMs{0};
 std::function<void(int)> waitHook;
 
@@ -79,8 +82,12 @@ bool beginWait() {
     if (waitHook) {
         waitHook(number);
     }
-    errno = refusal();
-    return errno == 0;
+    const int error = refusal();
+    if (error != 0) {
+        errno = error;
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -89,7 +96,8 @@ void reset() {
     calls.waits = calls.millisWaits = calls.preciseTries = 0;
     calls.controls = calls.creations = calls.clockReads = 0;
     virtualTime = false;
-    preciseError = waitError = nextWaitError = creationError = additionError = 0;
+    preciseError = waitError = nextWaitError = creationError = 0;
+    additionError = wakeupError = handlerError = 0;
     longestWaitMs = 0;
     waitHook = nullptr;
 }
@@ -128,6 +136,12 @@ void failNextWait(int error) {
 }
 void failCreations(int error) {
     creationError = error;
+}
+void failNextWakeup(int error) {
+    wakeupError = error;
+}
+void failNextHandler(int error) {
+    handlerError = error;
 }
 void failNextAddition(int error) {
     additionError = error;
@@ -199,10 +213,12 @@ int epoll_wait(int epoll, epoll_event* events, int capacity, int timeoutMs) {
 
 int epoll_ctl(int epoll, int operation, int fd, epoll_event* event) noexcept {
     ++calls.controls;
-    // The loop's own wake-up descriptor is the one that is edge-triggered.
-    if (operation == EPOLL_CTL_ADD && (event->events & EPOLLET) == 0) {
-        errno = additionError.exchange(0);
-        if (errno != 0) {
+    if (operation == EPOLL_CTL_ADD) {
+        // The loop's own wake-up descriptor is the one that is edge-triggered.
+        const bool isWakeup = (event->events & EPOLLET) != 0;
+        const int error = (isWakeup ? wakeupError : additionError).exchange(0);
+        if (error != 0) {
+            errno = error;
             return -1;
         }
     }
@@ -218,6 +234,17 @@ int epoll_create1(int flags) noexcept {
     }
     static auto* const function = real<int(int)>("epoll_create1");
     return function(flags);
+}
+
+int sigaction(int signum, const struct sigaction* action, struct sigaction* former) noexcept {
+    const int error = action == nullptr ? 0 : handlerError.exchange(0);
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    using Function = int(int, const struct sigaction*, struct sigaction*);
+    static auto* const function = real<Function>("sigaction");
+    return function(signum, action, former);
 }
 
 int clock_gettime(clockid_t clock, timespec* time) noexcept {

@@ -42,6 +42,8 @@ void refusePreciseWait(int error);
 void failWaits(int error);         // every wait, of both kinds; 0: none
 void failNextWait(int error);      // one wait
 void failCreations(int error);     // epoll_create1; 0: none
+void failNextWakeup(int error);    // EPOLL_CTL_ADD of a loop's own wake-up descriptor
+void failNextHandler(int error);   // sigaction that sets one
 void failNextAddition(int error);  // one EPOLL_CTL_ADD of a descriptor
 
 /** Called before every wait with its number, counted from reset(). */

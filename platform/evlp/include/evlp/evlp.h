@@ -32,7 +32,8 @@
  *    it was found ready earlier in the same turn;
  *  - of the contexts that are ready together, a lower priority number is called first; of
  *    those with the same number, signals go before timers and timers before descriptors, and
- *    timers go in the order in which they fall due;
+ *    timers go in the order in which they fall due, those of one millisecond in the order in
+ *    which they were armed;
  *  - every context is called at most once in a turn of the loop; a context armed anew in its own
  *    callback is looked at again in the next turn, after everything else that is ready;
  *  - the service copies nothing: `user` is handed back to the callback as it is.
@@ -132,14 +133,16 @@ EVLP_API int evlp_closeThread(evlp_thread_str* loop);
 /**
  * Opens a context for a descriptor.
  *
- * @param fd        the descriptor; not owned; several contexts may watch one descriptor
+ * @param fd        the descriptor, 0 or more; not owned; several contexts may watch one
  * @param mode      EVLP_READ, EVLP_WRITE or both
  * @param priority  0 (first) to 255 (last)
  *
  * Readiness is a level: the callback comes again in every turn until the cause is gone or the
  * context is stopped. Close the context before its descriptor is closed; where a descriptor
  * has been closed first, the context is not called any more, but it stays armed to no effect
- * until it is stopped, and must not be used for a new descriptor of the same number.
+ * until it is stopped, and must not be used for a new descriptor of the same number. (While a
+ * duplicate keeps the file open, in a child process for instance, the kernel goes on reporting
+ * it: then up to a few hundred calls may come before the loop finds out.)
  */
 EVLP_API evlp_ctx_str* fd_openCtx(evlp_thread_str* loop, evlp_fd_fn fn, void* user, int fd,
                                   int mode, unsigned char priority);
@@ -168,7 +171,7 @@ EVLP_API evlp_ctx_str* timer_openCtx(evlp_thread_str* loop, evlp_fn fn, void* us
 /**
  * Arms a timer to fire once.
  *
- * @param delayMs  milliseconds from now; below 1: in the next turn
+ * @param delayMs  milliseconds from now; 0: in the next turn, as all below -1; -1: never
  *
  * The clock is the one that counts up from the start of the system (clock_gettime(2),
  * CLOCK_MONOTONIC): setting the calendar clock moves no timer. A timer never fires before its
@@ -193,8 +196,9 @@ EVLP_API evlp_ctx_str* sig_openCtx(evlp_thread_str* loop, evlp_fn fn, void* user
 
 /**
  * Arms a signal context until it is stopped. While at least one context of the process is armed
- * for a signal, the signal's own disposition is suspended; it comes back with the last stop.
- * Several arrivals before the callback runs count as one.
+ * for a signal, the signal's own disposition is suspended; it comes back with the last stop, and
+ * at once in a forked child that gets the signal without running the loop. Several arrivals
+ * before the callback runs count as one.
  */
 EVLP_API int sig_startCtx(evlp_ctx_str* ctx);
 EVLP_API int sig_stopCtx(evlp_ctx_str* ctx);
