@@ -1,0 +1,48 @@
+#!/bin/sh
+# SPDX-FileCopyrightText: 2026 the libzol authors
+# SPDX-License-Identifier: MIT
+# Installs the library into a stage, moves the stage, and builds users of it there: through the
+# CMake package and through pkg-config, in C and in C++.
+# usage: install_test.sh BUILD_DIR SOURCE_DIR CC CXX TOOLCHAIN_FILE FLAGS...
+set -eu
+build=$1 source=$2 cc=$3 cxx=$4 toolchain=$5
+shift 5
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/first" >/dev/null
+mv "$work/first" "$work/moved"
+stage=$work/moved
+pc=$(find "$stage" -name zol.pc)
+libdir=$(dirname "$(dirname "$pc")")
+
+run() {
+    answer=$(LD_LIBRARY_PATH=$libdir "$@")
+    echo "$(basename "$1"): $answer"
+    case $answer in
+    *"hello from C"*) ;;
+    *) exit 1 ;;
+    esac
+}
+
+echo "- the CMake package"
+cmake -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$stage" \
+    -DCMAKE_FIND_ROOT_PATH="$stage" ${toolchain:+-DCMAKE_TOOLCHAIN_FILE="$toolchain"} \
+    -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+    -DCMAKE_EXE_LINKER_FLAGS="$*" >/dev/null
+cmake --build "$work/build" >/dev/null
+run "$work/build/consumer_c"
+run "$work/build/consumer_cc"
+
+echo "- pkg-config"
+pkg-config --validate "$pc"
+export PKG_CONFIG_PATH="$(dirname "$pc")"
+flags="$(pkg-config --cflags --libs zol) -Wl,-rpath-link,$libdir"
+[ "$(pkg-config --modversion zol)" = "$(sed -n 's/^#define ZOL_VERSION_\(MAJOR\|MINOR\|PATCH\) //p' \
+    "$source/include/zol/version.h" | paste -sd.)" ]
+# shellcheck disable=SC2086 # lists of flags
+"$cc" -std=c99 "$@" "$source/tests/install/consumer/consumer.c" -o "$work/pc_c" $flags
+# shellcheck disable=SC2086
+"$cxx" -std=c++17 "$@" "$source/tests/install/consumer/consumer.cc" -o "$work/pc_cc" $flags
+run "$work/pc_c"
+run "$work/pc_cc"

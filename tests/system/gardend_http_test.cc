@@ -1,0 +1,458 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+// What gardend makes of HTTP requests, and how its answers look on the line.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "garden.h"
+#include "http_parser.h"
+#include "http_server.h"
+#include "status_page.h"
+
+namespace gardend {
+
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+std::string operator""_s(const char* text, size_t length) {
+    return std::string(text, length);
+}
+
+// One line for each request, and one for the error that ended it:
+// "GET / keep-alive", "HEAD /x close", "error 400", "..." for a request that is not complete.
+std::vector<std::string> parsePieces(const std::vector<std::string>& pieces) {
+    std::vector<std::string> found;
+    CHttpParser parser;
+    bool begun = false;
+    for (const std::string& piece : pieces) {
+        size_t taken = 0;
+        while (taken < piece.size() && parser.getState() != CHttpParser::kFailed) {
+            const int size = static_cast<int>(piece.size() - taken);
+            const int now = parser.feed(piece.data() + taken, size);
+            EXPECT_GT(now, 0);
+            EXPECT_LE(now, size);
+            taken += static_cast<size_t>(now);
+            begun = true;
+            if (parser.getState() == CHttpParser::kComplete) {
+                const HttpRequest& request = parser.getRequest();
+                found.push_back(request.method.get() + " "_s + request.path.get() +
+                                (request.keepAlive ? " keep-alive" : " close"));
+                parser.restart();
+                begun = false;
+            }
+        }
+    }
+    if (parser.getState() == CHttpParser::kFailed) {
+        found.push_back("error " + std::to_string(parser.getError()));
+    } else if (begun) {
+        found.push_back("...");
+    }
+    return found;
+}
+
+std::vector<std::string> parse(const std::string& text) {
+    return parsePieces({text});
+}
+
+std::vector<std::string> found(std::initializer_list<std::string> lines) {
+    return lines;
+}
+
+// A request with one more header field.
+std::vector<std::string> parseWithField(const std::string& field) {
+    return parse("GET / HTTP/1.1\r\nHost: garden\r\n" + field + "\r\n\r\n");
+}
+
+TEST(HttpRequestLine, GivesMethodAndPath) {
+    EXPECT_EQ(found({"GET /a/b keep-alive"}), parse("GET /a/b HTTP/1.1\r\nHost: h\r\n\r\n"));
+    EXPECT_EQ(found({"BREW /tea keep-alive"}), parse("BREW /tea HTTP/1.1\r\nHost: h\r\n\r\n"));
+}
+
+TEST(HttpRequestLine, LeavesTheQueryOut) {
+    EXPECT_EQ(found({"GET /a keep-alive"}), parse("GET /a?b=c/d HTTP/1.1\r\nHost: h\r\n\r\n"));
+}
+
+TEST(HttpRequestLine, TakesAWholeAddressForItsPath) {
+    EXPECT_EQ(found({"GET /a keep-alive"}),
+              parse("GET http://garden:80/a?b HTTP/1.1\r\nHost: garden\r\n\r\n"));
+    EXPECT_EQ(found({"GET / keep-alive"}),
+              parse("GET HTTP://garden HTTP/1.1\r\nHost: garden\r\n\r\n"));
+    EXPECT_EQ(found({"error 400"}), parse("GET http:///a HTTP/1.1\r\nHost: garden\r\n\r\n"));
+}
+
+TEST(HttpRequestLine, TakesTheAsterisk) {
+    EXPECT_EQ(found({"OPTIONS * keep-alive"}), parse("OPTIONS * HTTP/1.1\r\nHost: h\r\n\r\n"));
+}
+
+TEST(HttpRequestLine, MayComeAfterEmptyLines) {
+    EXPECT_EQ(found({"GET / keep-alive"}), parse("\r\n\r\nGET / HTTP/1.1\r\nHost: h\r\n\r\n"));
+}
+
+TEST(HttpRequestLine, MayEndWithLfAlone) {
+    EXPECT_EQ(found({"GET / close"}), parse("GET / HTTP/1.0\n\n"));
+}
+
+TEST(HttpRequestLine, MustHaveThreeParts) {
+    for (const char* line :
+         {"GET", "GET /", "GET  / HTTP/1.1", "GET / HTTP/1.1 ", " GET / HTTP/1.1",
+          "GET /a b HTTP/1.1", "GET\t/\tHTTP/1.1", "/ HTTP/1.1", " ", "  "}) {
+        EXPECT_EQ(found({"error 400"}), parse(line + "\r\n"_s)) << line;
+    }
+}
+
+TEST(HttpRequestLine, MustHaveAMethodOfTokenCharacters) {
+    for (const char* line : {"G(T / HTTP/1.1", "G\"T / HTTP/1.1", "G\xc3\xa9T / HTTP/1.1"}) {
+        EXPECT_EQ(found({"error 400"}), parse(line + "\r\n"_s)) << line;
+    }
+}
+
+TEST(HttpRequestLine, MustHaveAPathOfVisibleCharacters) {
+    for (const char* line :
+         {"GET a HTTP/1.1", "GET ?a HTTP/1.1", "GET /\xff HTTP/1.1", "GET /\x7f HTTP/1.1",
+          "CONNECT garden:80 HTTP/1.1", "GET *a HTTP/1.1", "GET ftp://garden/ HTTP/1.1"}) {
+        EXPECT_EQ(found({"error 400"}), parse(line + "\r\n"_s)) << line;
+    }
+}
+
+TEST(HttpVersion, DecidesWhetherTheConnectionStays) {
+    EXPECT_EQ(found({"GET / close"}), parse("GET / HTTP/1.0\r\n\r\n"));
+    EXPECT_EQ(found({"GET / keep-alive"}), parse("GET / HTTP/1.1\r\nHost: h\r\n\r\n"));
+    EXPECT_EQ(found({"GET / keep-alive"}), parse("GET / HTTP/1.7\r\nHost: h\r\n\r\n"));
+}
+
+TEST(HttpVersion, MustBeOne) {
+    EXPECT_EQ(found({"error 505"}), parse("GET / HTTP/2.0\r\n"));
+    EXPECT_EQ(found({"error 505"}), parse("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n"));
+    EXPECT_EQ(found({"error 505"}), parse("GET / HTTP/0.9\r\n"));
+}
+
+TEST(HttpVersion, MustBeWellFormed) {
+    for (const char* version :
+         {"", "H", "HTTP", "HTTP/", "HTTP/1", "HTTP/1.", "HTTP/1.1.1", "HTTP/11.1", "HTTP/1.10",
+          "http/1.1", "HTTP/a.1", "HTTP/1.b", "HTTP 1.1", "XTTP/1.1"}) {
+        EXPECT_EQ(found({"error 400"}), parse("GET / "_s + version + "\r\n")) << version;
+    }
+}
+
+TEST(HttpConnectionField, OverridesTheVersion) {
+    EXPECT_EQ(found({"GET / close"}), parseWithField("Connection: close"));
+    EXPECT_EQ(found({"GET / close"}), parseWithField("connection:\tUpgrade , CLOSE\t"));
+    EXPECT_EQ(found({"GET / keep-alive"}),
+              parse("GET / HTTP/1.0\r\nConnection: Keep-Alive\r\n\r\n"));
+}
+
+TEST(HttpConnectionField, ClosesWhereSeveralDisagree) {
+    EXPECT_EQ(found({"GET / close"}),
+              parseWithField("Connection: keep-alive\r\nConnection: close"));
+    EXPECT_EQ(found({"GET / close"}),
+              parseWithField("Connection: close\r\nConnection: keep-alive"));
+}
+
+TEST(HttpConnectionField, LooksAtWholeWords) {
+    EXPECT_EQ(found({"GET / keep-alive"}), parseWithField("Connection: closed, enclose"));
+}
+
+TEST(HttpHost, IsNeededOnceByHttp11) {
+    EXPECT_EQ(found({"error 400"}), parse("GET / HTTP/1.1\r\n\r\n"));
+    EXPECT_EQ(found({"error 400"}), parse("GET / HTTP/1.1\r\nHost: a\r\nHost: a\r\n\r\n"));
+    EXPECT_EQ(found({"error 400"}), parse("GET / HTTP/1.0\r\nHost: a\r\nHost: b\r\n\r\n"));
+    EXPECT_EQ(found({"GET / keep-alive"}), parse("GET / HTTP/1.1\r\nhOST:\r\n\r\n"));
+    EXPECT_EQ(found({"GET / keep-alive"}), parse("GET / HTTP/1.1\r\nHost: [::1]:80 \r\n\r\n"));
+}
+
+TEST(HttpHost, HoldsNothingButAHost) {
+    for (const char* host : {"a b", "a,b", "a/b", "user@a", "a\tb", "\xc3\xa9"}) {
+        EXPECT_EQ(found({"error 400"}), parse("GET / HTTP/1.1\r\nHost: "_s + host + "\r\n\r\n"));
+    }
+}
+
+TEST(HttpField, NeedsANameAndAColon) {
+    for (const char* field : {"Nothing", ": value", "Name : value", " Folded: value", "\tfolded",
+                              "Na me: value", "N\xc3\xa4me: value", "\"Name\": value"}) {
+        EXPECT_EQ(found({"error 400"}), parseWithField(field)) << field;
+    }
+}
+
+TEST(HttpField, MayBeAnythingThatIsNotKnown) {
+    EXPECT_EQ(found({"GET / keep-alive"}), parseWithField("X-Gr\x75n: \xc3\xbc\t\"()\":,;"));
+    EXPECT_EQ(found({"GET / keep-alive"}), parseWithField("Empty:"));
+}
+
+TEST(HttpControlBytes, EndTheRequestAtOnce) {
+    EXPECT_EQ(found({"error 400"}), parse("GET / HTTP/1.1\r\nHost: a\x00"_s));
+    EXPECT_EQ(found({"error 400"}), parse("\x16\x03\x01\x02\x00\x01"_s));
+    EXPECT_EQ(found({"error 400"}), parse("GET / HTTP/1.1\r\nA: \x1b[2J"));
+    EXPECT_EQ(found({"error 400"}), parse("GET / HTTP/1.1\r\nA: \x7f"));
+}
+
+TEST(HttpControlBytes, IncludeACarriageReturnInsideALine) {
+    EXPECT_EQ(found({"error 400"}), parseWithField("A: b\rc"));
+    EXPECT_EQ(found({"error 400"}), parseWithField("A: b\r"));
+    EXPECT_EQ(found({"error 400"}), parse("\rGET / HTTP/1.1\r\n"));
+}
+
+TEST(HttpBody, IsSkipped) {
+    EXPECT_EQ(found({"POST / keep-alive", "GET /b keep-alive"}),
+              parse("POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 5\r\n\r\n\0\r\n\r\n"_s +
+                    "GET /b HTTP/1.1\r\nHost: h\r\n\r\n"));
+}
+
+TEST(HttpBody, IsWaitedFor) {
+    EXPECT_EQ(found({"..."}), parse("POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 5\r\n\r\n1234"));
+}
+
+TEST(HttpBody, MayBeEmpty) {
+    EXPECT_EQ(found({"GET / keep-alive"}), parseWithField("Content-Length: 0"));
+}
+
+TEST(HttpBody, MayBeAsLargeAsTheLimit) {
+    const std::string head = "PUT / HTTP/1.1\r\nHost: h\r\nContent-Length: ";
+
+    EXPECT_EQ(found({"PUT / keep-alive"}), parse(head + "65536\r\n\r\n" + std::string(65536, 'x')));
+    EXPECT_EQ(found({"error 413"}), parse(head + "65537\r\n\r\n"));
+    EXPECT_EQ(found({"error 413"}), parse(head + "99999999999999999999999999999999\r\n\r\n"));
+    EXPECT_EQ(found({"error 413"}), parse(head + "4294967296\r\n\r\n"));
+}
+
+TEST(HttpBody, NeedsALengthOfDigits) {
+    for (const char* length :
+         {"", "-1", "+1", "0x10", "1 2", "1,2", "5, 5", "1.0", "a", "1a", "\xd9\xa1"}) {
+        EXPECT_EQ(found({"error 400"}), parseWithField("Content-Length: "_s + length)) << length;
+    }
+}
+
+TEST(HttpBody, MayTellItsLengthTwiceButNotDifferently) {
+    EXPECT_EQ(found({"GET / keep-alive"}),
+              parse("GET / HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n"
+                    "content-length: 2\r\n\r\nab"));
+    EXPECT_EQ(found({"error 400"}), parseWithField("Content-Length: 2\r\nContent-Length: 3"));
+    EXPECT_EQ(found({"error 400"}), parseWithField("Content-Length: 0\r\nContent-Length: 3"));
+}
+
+TEST(HttpBody, IsNotTakenInChunks) {
+    EXPECT_EQ(found({"error 501"}), parseWithField("Transfer-Encoding: chunked"));
+    EXPECT_EQ(found({"error 501"}), parseWithField("transfer-encoding: identity"));
+    EXPECT_EQ(found({"error 400"}),
+              parseWithField("Content-Length: 3\r\nTransfer-Encoding: chunked"));
+}
+
+TEST(HttpBody, IsNotAskedFor) {
+    EXPECT_EQ(found({"error 417"}), parseWithField("Expect: 100-continue\r\nContent-Length: 3"));
+    EXPECT_EQ(found({"GET / keep-alive"}), parseWithField("Expect: 100-continue"));
+}
+
+TEST(HttpHead, IsBounded) {
+    const std::string start = "GET / HTTP/1.1\r\nHost: h\r\nA: ";
+    const std::string end = "\r\n\r\n";
+    const size_t room = 8192 - start.size() - end.size();
+
+    EXPECT_EQ(found({"GET / keep-alive"}), parse(start + std::string(room, 'x') + end));
+    EXPECT_EQ(found({"error 431"}), parse(start + std::string(room + 1, 'x') + end));
+}
+
+TEST(HttpHead, IsBoundedAlsoWithoutAnEndOfLine) {
+    EXPECT_EQ(found({"error 431"}), parse(std::string(8193, 'x')));
+    EXPECT_EQ(found({"error 431"}), parsePieces(std::vector<std::string>(8193, "x")));
+    EXPECT_EQ(found({"..."}), parsePieces(std::vector<std::string>(8192, "x")));
+}
+
+TEST(HttpHead, IsBoundedAlsoInManyShortLines) {
+    std::string many = "GET / HTTP/1.1\r\nHost: h\r\n";
+    for (int i = 0; i < 3000; ++i) {
+        many += "A:\r\n";
+    }
+
+    EXPECT_EQ(found({"error 431"}), parse(many));
+    EXPECT_EQ(found({"error 431"}), parsePieces(std::vector<std::string>(5000, "\r\n")));
+}
+
+TEST(HttpHead, HasTheWholeBoundForEachRequest) {
+    const std::string request =
+        "GET / HTTP/1.1\r\nHost: h\r\nA: " + std::string(5000, 'x') + "\r\n\r\n";
+
+    EXPECT_EQ(found({"GET / keep-alive", "GET / keep-alive"}), parse(request + request));
+}
+
+TEST(HttpPipeline, GivesTheRequestsInTurn) {
+    EXPECT_EQ(found({"GET /1 keep-alive", "HEAD /2 keep-alive", "GET /3 close", "..."}),
+              parse("GET /1 HTTP/1.1\r\nHost: h\r\n\r\n"
+                    "HEAD /2 HTTP/1.1\r\nHost: h\r\n\r\n"
+                    "GET /3 HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n"
+                    "GET /4 HT"));
+}
+
+TEST(HttpPipeline, KeepsNothingOfThePastRequest) {
+    EXPECT_EQ(found({"POST / close", "error 400"}),
+              parse("POST / HTTP/1.1\r\nHost: h\r\nConnection: close\r\nContent-Length: 1\r\n\r\nx"
+                    "GET / HTTP/1.1\r\n\r\n"));
+}
+
+TEST(HttpParser, TakesNothingMoreAfterAnError) {
+    CHttpParser parser;
+    ASSERT_EQ(5, parser.feed("bad\r\nGET / HTTP/1.0\r\n\r\n", 23));
+
+    EXPECT_EQ(0, parser.feed("GET / HTTP/1.0\r\n\r\n", 18));
+    EXPECT_EQ(CHttpParser::kFailed, parser.getState());
+    EXPECT_EQ(400, parser.getError());
+}
+
+TEST(HttpParser, KeepsTheFirstOfSeveralErrors) {
+    EXPECT_EQ(found({"error 505"}), parse("GET / HTTP/3.0\r\nbad\r\n\r\n"));
+}
+
+// Texts in which every kind of byte stands somewhere next to a cut.
+const std::vector<std::string>& specimens() {
+    static const std::vector<std::string> kTexts = {
+        "\r\nGET /a?b HTTP/1.1\r\nHost: h\r\nConnection: keep-alive, x\r\n\r\n"
+        "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 4\r\n\r\nab\r\nHEAD / HTTP/1.0\n\n",
+        "GET / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
+        "GET / HTTP/1.1\r\nHost: h\r\nA: b\rc\r\n\r\n",
+        "GET / HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n",
+        "GET / HTTP/1.1\r\n\r\n",
+        "GET / HTTP/1.1\r\nHost: h\r\n folded\r\n\r\n",
+    };
+    return kTexts;
+}
+
+TEST(HttpPieces, MakeNoDifferenceWhereverTheyAreCut) {
+    for (const std::string& text : specimens()) {
+        const std::vector<std::string> whole = parse(text);
+        for (size_t cut = 1; cut < text.size(); ++cut) {
+            EXPECT_EQ(whole, parsePieces({text.substr(0, cut), text.substr(cut)})) << cut << text;
+        }
+    }
+}
+
+TEST(HttpPieces, MayBeSingleBytes) {
+    for (const std::string& text : specimens()) {
+        std::vector<std::string> bytes;
+        for (const char byte : text) {
+            bytes.emplace_back(1, byte);
+        }
+        EXPECT_EQ(parse(text), parsePieces(bytes)) << text;
+    }
+}
+
+// Breaks good requests in all ways of one byte: whatever comes out, it must come out of any cut.
+TEST(HttpPieces, MakeNoDifferenceToDamagedRequests) {
+    const std::string good = "GET /a HTTP/1.1\r\nHost: h\r\nContent-Length: 2\r\n\r\nxx";
+    for (size_t at = 0; at < good.size(); ++at) {
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string text = good;
+            text[at] = static_cast<char>(byte);
+            ASSERT_EQ(parse(text), parsePieces({text.substr(0, at), text.substr(at)}))
+                << at << " " << byte;
+        }
+    }
+}
+
+std::string writtenAnswer(const HttpAnswer& answer, const char* method, bool keepAlive) {
+    CText out;
+    writeAnswer(answer, method, keepAlive, out);
+    EXPECT_TRUE(out.isWhole());
+    return std::string(out.get(), static_cast<size_t>(out.getLength()));
+}
+
+TEST(HttpAnswer, HasAStatusAHeadAndABody) {
+    HttpAnswer answer;
+    answer.body.add("hello");
+
+    const std::string text = writtenAnswer(answer, "GET", true);
+
+    EXPECT_THAT(text, StartsWith("HTTP/1.1 200 OK\r\n"));
+    EXPECT_THAT(text, HasSubstr("\r\nContent-Type: text/plain; charset=utf-8\r\n"));
+    EXPECT_THAT(text, HasSubstr("\r\nContent-Length: 5\r\n"));
+    EXPECT_THAT(text, HasSubstr("\r\nConnection: keep-alive\r\n"));
+    EXPECT_THAT(text, EndsWith("\r\n\r\nhello"));
+}
+
+TEST(HttpAnswer, ToHeadTellsTheLengthButHasNoBody) {
+    HttpAnswer answer;
+    answer.body.add("hello");
+
+    const std::string text = writtenAnswer(answer, "HEAD", true);
+
+    EXPECT_THAT(text, HasSubstr("\r\nContent-Length: 5\r\n"));
+    EXPECT_THAT(text, EndsWith("\r\n\r\n"));
+}
+
+TEST(HttpAnswer, SaysWhetherTheConnectionEnds) {
+    EXPECT_THAT(writtenAnswer(HttpAnswer(), "GET", false), HasSubstr("\r\nConnection: close\r\n"));
+}
+
+TEST(HttpAnswer, CarriesADateOnlyWhenTheClockIsSet) {
+    zol::CTime::synchronized = 0;
+    EXPECT_THAT(writtenAnswer(HttpAnswer(), "GET", true), Not(HasSubstr("Date:")));
+
+    zol::CTime::synchronized = 1;
+    EXPECT_THAT(writtenAnswer(HttpAnswer(), "GET", true),
+                ::testing::ContainsRegex("\r\nDate: [A-Z][a-z]{2}, [0-9]{2} [A-Z][a-z]{2} "
+                                         "[0-9]{4} [0-9:]{8} GMT\r\n"));
+    zol::CTime::synchronized = 0;
+}
+
+TEST(HttpAnswer, NamesEveryErrorOfTheParser) {
+    for (const int status : {400, 404, 405, 413, 417, 431, 501, 503, 505}) {
+        HttpAnswer answer;
+        makeError(status, answer);
+        EXPECT_THAT(writtenAnswer(answer, "GET", false), Not(HasSubstr("Unknown"))) << status;
+    }
+}
+
+class GardenSite : public ::testing::Test {
+  protected:
+    HttpAnswer ask(const char* method, const char* path) {
+        HttpRequest request;
+        request.method = method;
+        request.path = path;
+        HttpAnswer answer;
+        CStatusSite(m_garden).answer(request, answer);
+        return answer;
+    }
+
+    CGarden m_garden;
+};
+
+TEST_F(GardenSite, ShowsThePageAtItsRoot) {
+    const HttpAnswer answer = ask("GET", "/");
+
+    EXPECT_EQ(200, answer.status);
+    EXPECT_STREQ("text/html; charset=utf-8", answer.contentType);
+    EXPECT_THAT(answer.body.get(), StartsWith("<!DOCTYPE html>"));
+}
+
+TEST_F(GardenSite, AnswersHeadAsGet) {
+    EXPECT_STREQ(ask("GET", "/").body.get(), ask("HEAD", "/").body.get());
+}
+
+TEST_F(GardenSite, SpeaksJsonToPrograms) {
+    const HttpAnswer answer = ask("GET", "/status.json");
+
+    EXPECT_STREQ("application/json", answer.contentType);
+    EXPECT_THAT(answer.body.get(), StartsWith("{\"zones\":[{\"name\":\"lawn\",\"open\":false,"
+                                              "\"moisturePercent\":42.0,\"litres\":0.000},"));
+}
+
+TEST_F(GardenSite, KnowsNothingElse) {
+    EXPECT_EQ(404, ask("GET", "/index.html").status);
+    EXPECT_EQ(404, ask("GET", "//").status);
+    EXPECT_EQ(404, ask("OPTIONS", "*").status);
+}
+
+TEST_F(GardenSite, CannotBeChanged) {
+    const HttpAnswer answer = ask("POST", "/");
+
+    EXPECT_EQ(405, answer.status);
+    EXPECT_STREQ("Allow: GET, HEAD\r\n", answer.fields);
+}
+
+}  // namespace
+
+}  // namespace gardend

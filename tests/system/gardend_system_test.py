@@ -1,0 +1,585 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 the libzol authors
+# SPDX-License-Identifier: MIT
+"""Visits gardend from outside, as browsers, attackers and gardenctl do.
+
+    gardend_system_test.py --programs FOLDER [--wrapper COMMAND] [unittest options]
+
+FOLDER holds gardend and gardenctl. COMMAND, "valgrind -q" for instance, runs the daemon.
+
+Every test has a daemon of its own, on a port and in a folder that nobody else uses; at its end
+the daemon must have closed the descriptors of all its clients, and end with 0 on SIGTERM. Nothing
+sleeps to wait for something: it waits for the thing, until a deadline.
+"""
+
+import argparse
+import json
+import os
+import re
+import select
+import shlex
+import signal
+import socket
+import stat
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+DEADLINE = 60  # seconds for what ought to take milliseconds; a machine may be busy
+
+PROGRAMS = "."
+WRAPPER = []
+
+REQUEST = b"GET / HTTP/1.1\r\nHost: garden\r\n\r\n"
+JSON_REQUEST = b"GET /status.json HTTP/1.1\r\nHost: garden\r\n\r\n"
+
+
+def until(condition, what):
+    """Asks again and again until the condition holds."""
+    end = time.monotonic() + DEADLINE
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError("in vain: " + what)
+        select.select([], [], [], 0.005)
+
+
+class Daemon:
+    """A gardend that has said that it is ready."""
+
+    def __init__(self, folder, *options):
+        self.control = os.path.join(folder, "control")
+        self.log = open(os.path.join(folder, "log"), "w+")
+        self.process = subprocess.Popen(
+            [*WRAPPER, os.path.join(PROGRAMS, "gardend"), "--listen", "127.0.0.1:0", "--socket",
+             self.control, "--tick", "10", "--log-stderr", *options],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log)
+        ready, _, _ = select.select([self.process.stdout], [], [], DEADLINE)
+        self.line = self.process.stdout.readline().decode() if ready else ""
+        match = re.fullmatch(r"gardend ready: http://127\.0\.0\.1:(\d+)/ (.*)\n", self.line)
+        if not match:
+            self.process.kill()
+            self.process.wait()
+            raise AssertionError("not ready: " + self.line + self.read_log())
+        self.port = int(match.group(1))
+        self.initial_descriptors = self.descriptors()
+
+    def descriptors(self):
+        return len(os.listdir("/proc/%d/fd" % self.process.pid))
+
+    def wait(self):
+        try:
+            return self.process.wait(DEADLINE)
+        finally:
+            self.process.kill()
+
+    def read_log(self):
+        self.log.seek(0)
+        return self.log.read()
+
+    def close(self):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
+        self.log.close()
+
+
+class Client:
+    """A connection to the daemon."""
+
+    def __init__(self, address):
+        family = socket.AF_UNIX if isinstance(address, str) else socket.AF_INET
+        self.socket = socket.socket(family, socket.SOCK_STREAM)
+        self.socket.settimeout(DEADLINE)
+        self.socket.connect(address)
+        self.pending = b""
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def send(self, data):
+        self.socket.sendall(data)
+        return self
+
+    def receive(self):
+        """Takes more bytes. Returns false at the end of the stream; a reset raises."""
+        data = self.socket.recv(65536)
+        self.pending += data
+        return bool(data)
+
+    def take_until(self, end):
+        while end not in self.pending:
+            if not self.receive():
+                raise AssertionError("the stream ended in: %r" % self.pending)
+        taken, self.pending = self.pending.split(end, 1)
+        return taken
+
+    def answer(self, has_body=True):
+        """Takes one HTTP answer: its status, its fields, its body."""
+        lines = self.take_until(b"\r\n\r\n").decode().split("\r\n")
+        version, status, _ = lines[0].split(" ", 2)
+        assert version == "HTTP/1.1", lines[0]
+        fields = dict(line.lower().split(": ", 1) for line in lines[1:])
+        length = int(fields["content-length"]) if has_body else 0
+        while len(self.pending) < length:
+            if not self.receive():
+                raise AssertionError("the stream ended in a body")
+        body, self.pending = self.pending[:length], self.pending[length:]
+        return int(status), fields, body
+
+    def status(self, request):
+        """Asks, and takes the answer: its status."""
+        return self.send(request).answer()[0]
+
+    def at_end(self):
+        """Waits: is there nothing more before the end of the stream?"""
+        while self.receive():
+            pass
+        return self.pending == b""
+
+    def reset(self):
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        self.socket.close()
+
+
+class GardendTest(unittest.TestCase):
+    options = ()
+
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory(prefix="gardend-")
+        self.addCleanup(self.folder.cleanup)
+        self.daemon = Daemon(self.folder.name, *self.options)
+        self.addCleanup(self.daemon.close)
+
+    def tearDown(self):
+        if self.daemon.process.returncode is None:
+            initial = self.daemon.initial_descriptors
+            until(lambda: self.daemon.descriptors() == initial, "descriptors of past clients")
+            self.daemon.process.send_signal(signal.SIGTERM)
+        self.assertEqual(0, self.daemon.wait(), self.daemon.read_log())
+        self.assertFalse(os.path.exists(self.daemon.control), "the socket is still there")
+
+    def http(self):
+        return Client(("127.0.0.1", self.daemon.port))
+
+    def ctl(self):
+        return Client(self.daemon.control)
+
+    def gardenctl(self, *arguments, control=None):
+        """Runs gardenctl: its exit status, its output, its complaint."""
+        done = subprocess.run(
+            [os.path.join(PROGRAMS, "gardenctl"), "--socket", control or self.daemon.control,
+             *arguments], capture_output=True, text=True, timeout=DEADLINE, check=False)
+        return done.returncode, done.stdout, done.stderr
+
+    def zone(self, name):
+        with self.http() as client:
+            _, _, body = client.send(JSON_REQUEST).answer()
+        return next(zone for zone in json.loads(body)["zones"] if zone["name"] == name)
+
+
+class Page(GardendTest):
+    def test_is_html_with_all_zones(self):
+        with self.http() as client:
+            status, fields, body = client.send(REQUEST).answer()
+        self.assertEqual(200, status)
+        self.assertEqual("text/html; charset=utf-8", fields["content-type"])
+        for zone in ("lawn", "roses", "vegetables", "hedge"):
+            self.assertIn(b"<td>" + zone.encode() + b"</td>", body)
+
+    def test_has_a_length_but_no_body_for_head(self):
+        with self.http() as client:
+            _, got, _ = client.send(REQUEST).answer()
+            _, headed, _ = client.send(REQUEST.replace(b"GET", b"HEAD")).answer(has_body=False)
+            self.assertEqual(got["content-length"], headed["content-length"])
+            self.assertEqual(200, client.status(REQUEST))
+
+    def test_shows_the_water_that_flows(self):
+        self.gardenctl("open", "roses")
+        until(lambda: self.zone("roses")["litres"] > 0, "water")
+        self.assertTrue(self.zone("roses")["open"])
+        self.assertEqual(0, self.zone("lawn")["litres"])
+
+    def test_is_not_to_be_written(self):
+        with self.http() as client:
+            post = b"POST / HTTP/1.1\r\nHost: garden\r\nContent-Length: 5\r\n\r\nhello"
+            status, fields, _ = client.send(post).answer()
+            self.assertEqual((405, "get, head"), (status, fields["allow"]))
+            self.assertEqual(200, client.status(REQUEST))
+
+    def test_is_the_only_one(self):
+        with self.http() as client:
+            self.assertEqual(404, client.status(REQUEST.replace(b"/ ", b"/../../etc/passwd ")))
+            self.assertEqual(200, client.status(REQUEST))
+
+
+class Connection(GardendTest):
+    def connected(self, count):
+        """Connects clients, one when the one before has been served: in a crowd they overrun the
+        queue of the system, and have to try again a second later."""
+        clients = []
+        for _ in range(count):
+            clients.append(self.http())
+            self.assertEqual(200, clients[-1].status(REQUEST))
+        return clients
+
+    def test_stays_for_further_requests(self):
+        with self.http() as client:
+            for _ in range(5):
+                status, fields, _ = client.send(REQUEST).answer()
+                self.assertEqual((200, "keep-alive"), (status, fields["connection"]))
+
+    def test_ends_when_the_client_says_so(self):
+        with self.http() as client:
+            client.send(REQUEST.replace(b"\r\n\r\n", b"\r\nConnection: close\r\n\r\n"))
+            _, fields, _ = client.answer()
+            self.assertEqual("close", fields["connection"])
+            self.assertTrue(client.at_end())
+
+    def test_ends_after_a_request_of_http_1_0(self):
+        with self.http() as client:
+            client.send(b"GET / HTTP/1.0\r\n\r\n").answer()
+            self.assertTrue(client.at_end())
+
+    def test_stays_after_a_request_of_http_1_0_that_wants_it(self):
+        with self.http() as client:
+            for _ in range(2):
+                request = b"GET / HTTP/1.0\r\nConnection: keep-alive\r\n\r\n"
+                _, fields, _ = client.send(request).answer()
+                self.assertEqual("keep-alive", fields["connection"])
+
+    def test_answers_requests_that_come_together_in_their_order(self):
+        with self.http() as client:
+            client.send(REQUEST + REQUEST.replace(b"/ ", b"/none ") + JSON_REQUEST + REQUEST)
+            self.assertEqual([200, 404, 200, 200], [client.answer()[0] for _ in range(4)])
+
+    def test_answers_what_came_before_the_end_of_the_stream(self):
+        with self.http() as client:
+            client.send(REQUEST * 3)
+            client.socket.shutdown(socket.SHUT_WR)
+            self.assertEqual([200] * 3, [client.answer()[0] for _ in range(3)])
+            self.assertTrue(client.at_end())
+
+    def test_takes_requests_byte_by_byte(self):
+        with self.http() as client:
+            client.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            for byte in REQUEST * 2:
+                client.send(bytes([byte]))
+            self.assertEqual([200] * 2, [client.answer()[0] for _ in range(2)])
+
+    def test_waits_for_a_client_that_does_not_read(self):
+        with self.http() as client:
+            client.send(REQUEST * 1000)  # the answers are more than the line and its ends hold
+            with self.http() as other:
+                self.assertEqual(200, other.status(REQUEST))
+            for _ in range(1000):
+                self.assertEqual(200, client.answer()[0])
+
+    def test_is_one_of_two_hundred(self):
+        clients = self.connected(200)
+        for client in clients:
+            client.send(REQUEST[:20])
+        for client in reversed(clients):
+            client.send(REQUEST[20:])
+        for client in clients:
+            self.assertEqual(200, client.answer()[0])
+            client.socket.close()
+
+    def test_is_hung_up_when_there_are_too_many(self):
+        clients = self.connected(256)
+        with self.http() as further:
+            self.assertTrue(further.at_end())
+        clients.pop().socket.close()
+        until(lambda: self.daemon.descriptors() == self.daemon.initial_descriptors + 255, "a place")
+        with self.http() as further:
+            self.assertEqual(200, further.status(REQUEST))
+        for client in clients:
+            client.socket.close()
+
+    def test_may_be_reset_at_any_moment(self):
+        for data in (b"", REQUEST[:10], REQUEST, REQUEST * 50, b"bad\r\n", b"GET / HTTP/1.0\r\n\r\n"):
+            for _ in range(10):
+                self.http().send(data).reset()
+            with self.http() as client:
+                self.assertEqual(200, client.status(REQUEST))
+
+
+class Hostile(GardendTest):
+    def check(self, status, request):
+        """Expects an error, and after it an orderly end, not a reset that eats the answer."""
+        with self.http() as client:
+            answer, fields, _ = client.send(request).answer()
+            self.assertEqual((status, "close"), (answer, fields["connection"]), request[:100])
+            self.assertTrue(client.at_end())
+
+    def test_request_lines(self):
+        for line in (b"GET /", b"GET  / HTTP/1.1", b"GET / HTTP/1.1 x", b"GET nowhere HTTP/1.1",
+                     b"G@T / HTTP/1.1", b"GET / http/1.1", b"GET / HTTP/1.x", b"hello"):
+            self.check(400, line + b"\r\n\r\n")
+        self.check(505, b"GET / HTTP/2.0\r\n\r\n")
+
+    def test_header_fields(self):
+        start = b"GET / HTTP/1.1\r\nHost: garden\r\n"
+        for field in (b"no colon", b"Name : value", b" folded: value", b": value",
+                      b"Host: twice", b"A: b\rc", b"A: \x01"):
+            self.check(400, start + field + b"\r\n\r\n")
+        self.check(400, b"GET / HTTP/1.1\r\n\r\n")
+
+    def test_control_bytes(self):
+        self.check(400, b"GET /\0 HTTP/1.1\r\n")
+        self.check(400, b"\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03")
+
+    def test_bodies(self):
+        start = b"POST / HTTP/1.1\r\nHost: garden\r\n"
+        self.check(400, start + b"Content-Length: -1\r\n\r\n")
+        self.check(400, start + b"Content-Length: 1\r\nContent-Length: 2\r\n\r\n")
+        self.check(501, start + b"Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n")
+        self.check(417, start + b"Expect: 100-continue\r\nContent-Length: 9\r\n\r\n")
+        self.check(413, start + b"Content-Length: 65537\r\n\r\n")
+        self.check(413, start + b"Content-Length: 99999999999999999999\r\n\r\n")
+
+    def test_a_large_body_on_its_way_does_not_eat_the_answer(self):
+        self.check(413, b"POST / HTTP/1.1\r\nHost: garden\r\nContent-Length: 1000000\r\n\r\n" +
+                   b"x" * 1000000)
+
+    def test_heads_that_are_too_large(self):
+        self.check(431, b"GET /" + b"x" * 9000)
+        self.check(431, b"GET / HTTP/1.1\r\nHost: garden\r\nA: " + b"x" * 9000)
+        self.check(431, b"GET / HTTP/1.1\r\nHost: garden\r\n" + b"A: b\r\n" * 2000)
+
+    def test_good_requests_before_it_are_answered(self):
+        with self.http() as client:
+            client.send(REQUEST + b"bad\r\n" + REQUEST)
+            self.assertEqual([200, 400], [client.answer()[0] for _ in range(2)])
+            self.assertTrue(client.at_end())
+
+
+class TimeLimitOfAnExchange(GardendTest):
+    options = ("--timeout", "2000")
+
+    def test_begins_anew_with_each_request(self):
+        with self.http() as client:
+            end = time.monotonic() + 3
+            while time.monotonic() < end:
+                self.assertEqual(200, client.status(REQUEST))
+
+
+class TimeLimit(GardendTest):
+    options = ("--timeout", "300")
+
+    def check_end(self, client):
+        try:
+            self.assertTrue(client.at_end())
+        except ConnectionResetError:
+            pass
+
+    def test_ends_a_connection_that_asks_nothing(self):
+        with self.http() as client:
+            self.check_end(client)
+
+    def test_ends_a_connection_that_stays_for_nothing(self):
+        with self.http() as client:
+            client.status(REQUEST)
+            self.check_end(client)
+
+    def test_ends_a_request_that_comes_drop_by_drop(self):
+        with self.http() as client:
+            sent = 0
+            while not select.select([client.socket], [], [], 0.02)[0]:
+                client.send(b"x")
+                sent += 1
+                self.assertLess(sent, 3000)
+            self.check_end(client)
+
+    def test_ends_a_client_that_does_not_read(self):
+        with self.http() as client:
+            client.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
+            with self.assertRaises((ConnectionResetError, BrokenPipeError)):
+                while True:
+                    client.send(REQUEST * 100)
+
+    def test_ends_a_client_that_does_not_close_after_the_last_answer(self):
+        with self.http() as client:
+            client.send(b"bad\r\n").answer()
+            initial = self.daemon.initial_descriptors
+            until(lambda: self.daemon.descriptors() == initial, "the end of the connection")
+
+    def test_holds_for_control_connections_too(self):
+        with self.ctl() as client:
+            client.send(b"sta")
+            self.check_end(client)
+
+
+class ControlProtocol(GardendTest):
+    def ask(self, request):
+        with self.ctl() as client:
+            client.send(request)
+            client.socket.shutdown(socket.SHUT_WR)
+            client.at_end()
+            return client.pending.decode()
+
+    def test_takes_many_requests(self):
+        self.assertRegex(self.ask(b"open lawn\nopen lawn\nclose ivy\nstatus\n"),
+                         r"\AOK\nOK\nERROR no such zone\nzones 4\nopen 1\nlitres 0\.\d+\nOK\n\Z")
+
+    def test_takes_requests_byte_by_byte(self):
+        with self.ctl() as client:
+            for byte in b"close lawn\n" * 2:
+                client.send(bytes([byte]))
+            self.assertEqual([b"OK"] * 2, [client.take_until(b"\n") for _ in range(2)])
+
+    def test_lists_the_zones(self):
+        self.assertRegex(self.ask(b"zones\n"),
+                         r"\A([a-z]+ (open|closed) \d+\.\d \d+\.\d{3}\n){4}OK\n\Z")
+
+    def test_refuses_what_it_does_not_know(self):
+        for request in (b"", b" ", b"open", b"OPEN lawn", b"status now", b"quit ", b"zones\r"):
+            self.assertEqual("ERROR unknown request\n", self.ask(request + b"\n"))
+        for request in (b"open ", b"open lawn ", b"open lawn\r", b"close \xff"):
+            self.assertEqual("ERROR no such zone\n", self.ask(request + b"\n"))
+        self.assertEqual("ERROR the line is not a text\n", self.ask(b"open lawn\0\n"))
+
+    def test_ends_after_a_line_that_is_too_long(self):
+        self.assertEqual("ERROR the line is too long\n", self.ask(b"x" * 128 + b"\nstatus\n"))
+        self.assertEqual("ERROR the line is too long\n", self.ask(b"x" * 100000))
+        self.assertEqual("ERROR unknown request\nOK\n", self.ask(b"x" * 127 + b"\nopen lawn\n"))
+
+    def test_is_for_the_owner_only(self):
+        self.assertEqual(0, stat.S_IMODE(os.stat(self.daemon.control).st_mode) & 0o077)
+
+
+class Gardenctl(GardendTest):
+    def test_opens_and_closes_valves(self):
+        self.assertEqual((0, "", ""), self.gardenctl("open", "roses"))
+        self.assertTrue(self.zone("roses")["open"])
+        self.assertEqual((0, "", ""), self.gardenctl("close", "roses"))
+        self.assertFalse(self.zone("roses")["open"])
+
+    def test_prints_the_status(self):
+        self.assertEqual((0, "zones 4\nopen 0\nlitres 0.000\n", ""), self.gardenctl("status"))
+
+    def test_prints_the_zones(self):
+        status, output, _ = self.gardenctl("zones")
+        self.assertEqual((0, 4), (status, output.count("\n")))
+
+    def test_answers_1_when_the_daemon_refuses(self):
+        self.assertEqual((1, "", "gardenctl: no such zone\n"), self.gardenctl("open", "ivy"))
+
+    def test_answers_1_when_there_is_no_daemon(self):
+        status, output, complaint = self.gardenctl("status", control=self.daemon.control + "x")
+        self.assertEqual((1, ""), (status, output))
+        self.assertIn("no gardend", complaint)
+
+    def test_answers_2_to_wrong_usage(self):
+        for arguments in ((), ("water",), ("open",), ("open", "a", "b"), ("status", "now"),
+                          ("--bad",), ("open", "lawn\nquit"), ("open", "x" * 200), ("",)):
+            self.assertEqual(2, self.gardenctl(*arguments)[0], arguments)
+
+    def test_helps(self):
+        status, output, _ = self.gardenctl("--help")
+        self.assertEqual((0, "Usage:"), (status, output[:6]))
+
+
+class End(GardendTest):
+    def test_comes_with_sigterm_while_clients_are_connected(self):
+        with self.http() as one, self.http() as other, self.ctl() as third:
+            one.status(REQUEST)
+            other.send(REQUEST[:9])
+            third.send(b"open roses\n").take_until(b"\n")
+            self.daemon.process.send_signal(signal.SIGTERM)
+            self.assertEqual(0, self.daemon.wait())
+        self.assertIn("valve of roses closed", self.daemon.read_log())
+
+    def test_comes_with_sigint(self):
+        self.daemon.process.send_signal(signal.SIGINT)
+        self.assertEqual(0, self.daemon.wait())
+
+    def test_comes_with_quit(self):
+        self.assertEqual((0, "", ""), self.gardenctl("quit"))
+        self.assertEqual(0, self.daemon.wait())
+
+
+class Start(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="gardend-")
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        self.path = os.path.join(self.folder, "control")
+
+    def gardend(self, *arguments):
+        """Runs gardend, which must end by itself: its exit status, its output, its complaint."""
+        done = subprocess.run(
+            [*WRAPPER, os.path.join(PROGRAMS, "gardend"), *arguments], capture_output=True,
+            text=True, timeout=DEADLINE, check=False)
+        return done.returncode, done.stdout, done.stderr
+
+    def test_is_refused_with_wrong_options(self):
+        for arguments in (("--listen", "8080"), ("--listen", "127.0.0.1:65536"),
+                          ("--listen", "localhost:80"), ("--listen", "127.0.0.1:"),
+                          ("--listen", "127.0.0.1:-1"), ("--tick", "0"), ("--tick", "1s"),
+                          ("--tick", "99999999999999999999"), ("--timeout", " 1"), ("--tick",),
+                          ("--socket", ""), ("--socket", "/" + "x" * 108), ("--bad",), ("word",)):
+            status, output, complaint = self.gardend(*arguments)
+            self.assertEqual((2, ""), (status, output), arguments)
+            self.assertTrue(complaint)
+
+    def test_helps(self):
+        status, output, _ = self.gardend("--help")
+        self.assertEqual((0, "Usage:"), (status, output[:6]))
+
+    def test_does_not_remove_a_file_that_is_no_socket(self):
+        with open(self.path, "w") as file:
+            file.write("precious")
+
+        status, _, complaint = self.gardend("--listen", "127.0.0.1:0", "--socket", self.path)
+
+        self.assertEqual(1, status)
+        self.assertIn("is in the way", complaint)
+        with open(self.path) as file:
+            self.assertEqual("precious", file.read())
+
+    def test_does_not_take_the_place_of_another_daemon(self):
+        daemon = Daemon(self.folder)
+        self.addCleanup(daemon.close)
+
+        status, _, complaint = self.gardend("--listen", "127.0.0.1:0", "--socket", daemon.control)
+        self.assertEqual(1, status)
+        self.assertIn("another one", complaint)
+        status, _, complaint = self.gardend("--listen", "127.0.0.1:%d" % daemon.port, "--socket",
+                                            daemon.control + "x")
+        self.assertEqual(1, status)
+        self.assertIn("cannot listen", complaint)
+
+        with Client(daemon.control) as client:
+            self.assertEqual(b"OK", client.send(b"open lawn\n").take_until(b"\n"))
+
+    def test_takes_the_place_of_a_daemon_that_was_killed(self):
+        first = Daemon(self.folder)
+        first.close()
+        self.assertTrue(os.path.exists(self.path))
+
+        second = Daemon(self.folder)
+        self.addCleanup(second.close)
+
+        with Client(self.path) as client:
+            self.assertEqual(b"OK", client.send(b"open lawn\n").take_until(b"\n"))
+
+
+def main():
+    global PROGRAMS, WRAPPER
+    parser = argparse.ArgumentParser(add_help=False)
+    parser.add_argument("--programs", required=True)
+    parser.add_argument("--wrapper", default="")
+    arguments, rest = parser.parse_known_args()
+    PROGRAMS = os.path.abspath(arguments.programs)
+    WRAPPER = shlex.split(arguments.wrapper)
+    unittest.main(argv=[sys.argv[0], *rest])
+
+
+if __name__ == "__main__":
+    main()
