@@ -94,6 +94,7 @@ void zol_force(void) {
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 #endif
+    // NOLINTNEXTLINE(clang-analyzer-unix.MismatchedDeallocator): the very point
     ::operator delete(::operator new[](1, std::nothrow));
 #pragma GCC diagnostic pop
 }

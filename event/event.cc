@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "zol/event.h"
 
+#include <stddef.h>
+
 #include "evlp/evlp.h"
 
 namespace {
@@ -31,12 +33,16 @@ namespace zol {
 static_assert(static_cast<int>(CEvent::kRead) == EVLP_READ, "flags are the service's modes");
 static_assert(static_cast<int>(CEvent::kWrite) == EVLP_WRITE, "flags are the service's modes");
 static_assert(sizeof(CEventLoop) == sizeof(void*), "one word");
-static_assert(sizeof(void*) != 4 || sizeof(CEvent) == 16, "32-bit layout");
 
 CEventCallback::~CEventCallback() {}
 
-CEvent::CEvent()
-    : m_context(nullptr), m_kind(kDescriptor), m_thread(nullptr), m_callback(nullptr) {}
+CEvent::CEvent() : m_context(nullptr), m_kind(kDescriptor), m_thread(nullptr), m_callback(nullptr) {
+    static_assert(
+        sizeof(void*) != 4 || (offsetof(CEvent, m_context) == 0 && offsetof(CEvent, m_kind) == 4 &&
+                               offsetof(CEvent, m_thread) == 8 &&
+                               offsetof(CEvent, m_callback) == 12 && sizeof(CEvent) == 16),
+        "32-bit layout");
+}
 
 CEvent::CEvent(evlp_thread_str* thread, CEventCallback* cb, int fd, int flags) : CEvent() {
     (void)set(thread, cb, fd, flags, kDefaultPriority);

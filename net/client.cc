@@ -8,7 +8,15 @@
 
 namespace zol {
 
-CClient::CClient(evlp_thread_str* thread) : m_fd(-1), m_thread(thread) {}
+CClient::CClient(evlp_thread_str* thread) : m_fd(-1), m_thread(thread) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // well defined by the C++ ABI
+    static_assert(
+        sizeof(void*) != 4 || (offsetof(CClient, m_fd) == 4 && offsetof(CClient, m_event) == 8 &&
+                               offsetof(CClient, m_thread) == 24 && sizeof(CClient) == 28),
+        "32-bit layout");
+#pragma GCC diagnostic pop
+}
 
 CClient::~CClient() {
     if (m_fd != -1) {

@@ -25,6 +25,18 @@ namespace zol {
 
 CConnection::CConnection(CServer& server, int fd)
     : m_server(server), m_id(0), m_fd(fd), m_family(0), m_localPort(0), m_peerPort(0) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // well defined by the C++ ABI
+    // The callback's virtual table first, then the links, the server, and these:
+    static_assert(
+        sizeof(void*) != 4 ||
+            (offsetof(CConnection, m_id) == 16 && offsetof(CConnection, m_fd) == 20 &&
+             offsetof(CConnection, m_event) == 24 && offsetof(CConnection, m_family) == 40 &&
+             offsetof(CConnection, m_localAddr) == 44 && offsetof(CConnection, m_localPort) == 48 &&
+             offsetof(CConnection, m_peerAddr) == 52 && offsetof(CConnection, m_peerPort) == 56 &&
+             sizeof(CConnection) == 60),
+        "32-bit layout");
+#pragma GCC diagnostic pop
     xstr_init(&m_localAddr);
     xstr_init(&m_peerAddr);
     (void)xsock_get_info(fd, &m_family, &m_localAddr, &m_localPort, &m_peerAddr, &m_peerPort);

@@ -43,7 +43,16 @@ bool descriptorsAreLeft() {
 namespace zol {
 
 CServer::CServer(evlp_thread_str* thread, const char* name)
-    : m_name(name), m_fd(-1), m_connections(xlist_null), m_thread(thread) {}
+    : m_name(name), m_fd(-1), m_connections(xlist_null), m_thread(thread) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // well defined by the C++ ABI
+    static_assert(sizeof(void*) != 4 ||
+                      (offsetof(CServer, m_name) == 4 && offsetof(CServer, m_fd) == 8 &&
+                       offsetof(CServer, m_connections) == 12 && offsetof(CServer, m_event) == 24 &&
+                       offsetof(CServer, m_thread) == 40 && sizeof(CServer) == 44),
+                  "32-bit layout");
+#pragma GCC diagnostic pop
+}
 
 CServer::~CServer() {
     (void)m_event.remove();

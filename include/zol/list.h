@@ -156,8 +156,9 @@ template <class T>
 class CListElem {
   public:
     CListElem() : m_previous(nullptr), m_next(nullptr) {}
-    // Links belong to one object: a copy is in no list.
+    // Links belong to one object: a copy is in no list, and assigning leaves both where they are.
     CListElem(const CListElem&) : CListElem() {}
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): there is nothing to assign
     CListElem& operator=(const CListElem&) { return *this; }
 
     T* previous() const { return static_cast<T*>(m_previous); }

@@ -750,7 +750,7 @@ TEST_F(Client, ClosesItsSocketWhenItIsDestroyed) {
 TEST(ServerLayout, IsThatOfTheAbiOfRecord) {
     if (sizeof(void*) == 4) {
         EXPECT_EQ(44U, sizeof(CServer));
-        EXPECT_EQ(64U, sizeof(CConnection));
+        EXPECT_EQ(60U, sizeof(CConnection));
         EXPECT_EQ(28U, sizeof(zol::CClient));
     }
 }

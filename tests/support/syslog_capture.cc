@@ -3,9 +3,9 @@
 #include "support/syslog_capture.h"
 
 #include <ostream>
-#include <regex>
 #include <stdarg.h>
 #include <stdio.h>
+#include <string>
 #include <syslog.h>
 
 namespace {
@@ -21,8 +21,13 @@ SyslogCapture::~SyslogCapture() {
 }
 
 void SyslogCapture::add(int priority, const std::string& text) {
-    static const std::regex lineNumber("^( [A-Za-z_]+)\\([1-9][0-9]*\\): ");
-    m_lines.push_back({priority, std::regex_replace(text, lineNumber, "$1(#): ")});
+    std::string line = text;
+    const size_t open = line.find('(');
+    const size_t close = line.find_first_not_of("0123456789", open + 1);
+    if (open != std::string::npos && close > open + 1 && line.compare(close, 3, "): ") == 0) {
+        line.replace(open + 1, close - open - 1, "#");
+    }
+    m_lines.push_back({priority, line});
 }
 
 void PrintTo(const SyslogCapture::Line& line, std::ostream* out) {
