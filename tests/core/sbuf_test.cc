@@ -97,17 +97,28 @@ TEST(SbufAttach, CountsTheNewHolder) {
     EXPECT_EQ(2, a.count());
 }
 
-TEST(SbufAttach, GivesTheOldReferenceUpBeforeItTakesTheNewOne) {
-    OwnedBuf first("first");
+TEST(SbufAttach, GivesTheOldReferenceUp) {
+    OwnedBuf first("1st one");
     OwnedBuf other;
     xsbuf_copy(other, first);
-    OwnedBuf second("second");
+    OwnedBuf second("2nd one");
 
     xsbuf_attach(first, second.h);
 
     EXPECT_EQ(1, other.count());
     EXPECT_EQ(2, second.count());
-    EXPECT_STREQ("second", first.text());
+    EXPECT_STREQ("2nd one", first.text());
+}
+
+TEST(SbufAttach, GivesTheOldReferenceUpBeforeItTakesTheNewOne) {
+    OwnedBuf buf;
+    ASSERT_EQ(8, xsbuf_alloc(buf, &kDef, 8));  // count 0
+
+    xsbuf_attach(buf, buf.h);  // to -1 and back; the other way round 1 and 0 would free the block
+
+    EXPECT_EQ(0, buf.count());
+    EXPECT_EQ(0, memcmp(buf.h, "\0\0\0\0\0\0\0\0", 8));
+    xsbuf_add_ref(buf, 1);
 }
 
 TEST(SbufAttach, OfNullGivesTheReferenceUp) {
