@@ -33,7 +33,7 @@ int64_t dueAfter(const Timer* timer, int64_t delayMs) {
 void disarm(Timer* timer) {
     timer->armed = false;
     timer->loop->deadlines.cancel(timer);
-    rest(timer);
+    restIfReady(timer);
 }
 
 }  // namespace evlp
@@ -59,7 +59,7 @@ int timer_startCtx(evlp_ctx_str* ctx, int64_t delayMs) {
     if (timer->loop->deadlines.reserve(timer) < 0) {
         return -1;
     }
-    rest(timer);
+    restIfReady(timer);
     timer->armed = true;
     if (delayMs == kNever) {
         timer->loop->deadlines.cancel(timer);
