@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#ifndef GARDEND_HTTP_SERVER_H
+#define GARDEND_HTTP_SERVER_H
+
+#include "dialog.h"
+#include "http_parser.h"
+#include "text.h"
+
+namespace gardend {
+
+/** What a site says to a request. */
+struct HttpAnswer {
+    int status = 200;
+    const char* contentType = "text/plain; charset=utf-8";
+    const char* fields = "";  // further header fields: whole lines, each with its CR LF
+    CText body;
+};
+
+/** What a server serves. */
+class IHttpSite {
+  public:
+    virtual ~IHttpSite() = default;
+
+    /** Answers a well-formed request of any method. To HEAD the server sends no body. */
+    virtual void answer(const HttpRequest& request, HttpAnswer& answer) = 0;
+};
+
+/** Turns an answer into an error: the status, and its name as the body. */
+void makeError(int status, HttpAnswer& answer);
+
+/** Writes an answer as it goes over the line, without its body for the method HEAD. */
+void writeAnswer(const HttpAnswer& answer, const char* method, bool keepAlive, CText& out);
+
+/** HTTP/1.1, for one site. Malformed requests are answered here; the site does not see them. */
+class CHttpServer : public CDialogServer {
+  public:
+    /**
+     * @param site       must live longer than the server
+     * @param timeLimit  for one request and its answer, the wait for it included
+     */
+    CHttpServer(evlp_thread_str* thread, IHttpSite& site, const zol::CTime& timeLimit);
+
+    zol::CConnection* createConnection(int fd) override;
+
+  private:
+    IHttpSite& m_site;
+};
+
+}  // namespace gardend
+
+#endif

@@ -1,0 +1,165 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+// gardend: a garden irrigation controller without a garden.
+//
+// How it hangs together: one event loop runs everything. The garden ticks on a timer; the status
+// page (http_server.h, status_page.h) shows it; the control socket (control_server.h) changes it.
+// Both servers speak through dialog.h, which does the reading and writing. This file puts the
+// pieces together and ends them.
+
+#include <arpa/inet.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "zol/event.h"
+#include "zol/sock.h"
+
+#include "control_server.h"
+#include "garden.h"
+#include "http_server.h"
+#include "options.h"
+#include "status_page.h"
+
+namespace gardend {
+
+namespace {
+
+// Listening on a path removes what is there: this must not be a file of somebody else, nor the
+// socket of a daemon that runs.
+bool isPathFree(const char* path) {
+    struct stat status = {};
+    if (lstat(path, &status) != 0) {
+        return true;
+    }
+    if (!S_ISSOCK(status.st_mode)) {
+        (void)fprintf(stderr, "gardend: %s is in the way\n", path);
+        return false;
+    }
+    const int fd = xsock_open_unix_client(path, 1);
+    if (fd >= 0) {
+        (void)close(fd);
+        (void)fprintf(stderr, "gardend: another one listens on %s\n", path);
+    }
+    return fd < 0;
+}
+
+/** The whole of the daemon. Members are destroyed from the last to the first. */
+class CDaemon : public zol::CEventDest<CDaemon, void> {
+  public:
+    explicit CDaemon(const Options& options)
+        : m_options(options),
+          m_site(m_garden),
+          m_http(m_loop.getThread(), m_site, options.timeLimit),
+          m_control(m_loop, m_garden, options.timeLimit) {}
+
+    ~CDaemon() override;
+
+    /** Starts to tick and to listen. @return false, with a complaint printed, when it cannot */
+    bool start();
+
+    /** Runs until it is told to end. @return false when the loop fails */
+    bool run() { return m_loop.loop(0, 0) == 0; }
+
+  private:
+    bool listenForClients();
+    bool watchSignals();
+    void announce();
+    void onSignal(int signum);
+
+    const Options& m_options;
+    zol::CEventLoop m_loop;
+    CGarden m_garden;
+    CStatusSite m_site;
+    CHttpServer m_http;
+    CControlServer m_control;
+    zol::CEventMsg<CDaemon, int> m_onTerminate{this, &CDaemon::onSignal, SIGTERM};
+    zol::CEventMsg<CDaemon, int> m_onInterrupt{this, &CDaemon::onSignal, SIGINT};
+    zol::CEventSignal m_terminate;
+    zol::CEventSignal m_interrupt;
+};
+
+CDaemon::~CDaemon() {
+    if (m_control.getFd() >= 0) {
+        (void)unlink(m_options.controlPath.get());
+    }
+}
+
+bool CDaemon::start() {
+    if (!watchSignals() || !m_garden.start(m_loop.getThread(), m_options.tick)) {
+        (void)fputs("gardend: no event loop\n", stderr);
+        return false;
+    }
+    if (!listenForClients()) {
+        return false;
+    }
+    announce();
+    return true;
+}
+
+bool CDaemon::watchSignals() {
+    return m_terminate.set(m_loop.getThread(), SIGTERM, &m_onTerminate) != 0 &&
+           m_interrupt.set(m_loop.getThread(), SIGINT, &m_onInterrupt) != 0 &&
+           m_terminate.add(zol::CTime::infinite) == 0 && m_interrupt.add(zol::CTime::infinite) == 0;
+}
+
+bool CDaemon::listenForClients() {
+    if (!m_http.openIPv4Socket(m_options.address, m_options.port, 1)) {
+        perror("gardend: cannot listen for the status page");
+        return false;
+    }
+    if (!isPathFree(m_options.controlPath.get())) {
+        return false;
+    }
+    if (!m_control.openUnixSocket(m_options.controlPath.get(), 1)) {
+        perror("gardend: cannot listen on the control socket");
+        return false;
+    }
+    return true;
+}
+
+// For people, and for scripts that wait until the daemon is there.
+void CDaemon::announce() {
+    uint16_t family = 0;
+    uint16_t portNet = 0;
+    uint16_t peerPortNet = 0;
+    zol::CStr address;
+    zol::CStr peer;
+    (void)xsock_get_info(m_http.getFd(), &family, address.handle(), &portNet, peer.handle(),
+                         &peerPortNet);
+    (void)printf("gardend ready: http://%s:%d/ %s\n", address.get(), ntohs(portNet),
+                 m_options.controlPath.get());
+    (void)fflush(stdout);
+}
+
+void CDaemon::onSignal(int signum) {
+    syslog(LOG_NOTICE, "%s: shutting down", strsignal(signum));
+    (void)m_loop.exitLoop();
+}
+
+int serve(const Options& options) {
+    CDaemon daemon(options);
+    return daemon.start() && daemon.run() ? 0 : 1;
+}
+
+}  // namespace
+
+}  // namespace gardend
+
+int main(int argc, char** argv) {
+    gardend::Options options;
+    const int status = gardend::readOptions(argc, argv, options);
+    if (status >= 0) {
+        return status;
+    }
+
+    openlog("gardend", options.logToTerminal ? LOG_PERROR : 0, LOG_DAEMON);
+    setlogmask(LOG_UPTO(LOG_INFO));
+    signal(SIGPIPE, SIG_IGN);      // a reader of our output that has gone must not end us
+    umask(077);                    // the control socket is for its owner
+    zol::CTime::synchronized = 1;  // the clock of this machine is right
+    return gardend::serve(options);
+}

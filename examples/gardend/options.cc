@@ -1,0 +1,126 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#include "options.h"
+
+#include <arpa/inet.h>
+#include <getopt.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/un.h>
+
+namespace gardend {
+
+namespace {
+
+constexpr char kHelp[] =
+    "Usage: gardend [OPTION]...\n"
+    "Waters a garden that exists in the memory of the computer only.\n"
+    "\n"
+    "  --listen ADDR:PORT  IPv4 address and TCP port of the status page; port 0: any free one\n"
+    "                      (127.0.0.1:8080)\n"
+    "  --socket PATH       control socket, for gardenctl (/run/gardend.sock)\n"
+    "  --tick MS           milliseconds between two looks at the garden (1000)\n"
+    "  --timeout MS        milliseconds that a client has for one request (30000)\n"
+    "  --log-stderr        show the log on the standard error, too\n"
+    "  --help              this text\n"
+    "\n"
+    "When it is ready it prints one line: \"gardend ready: URL SOCKET\".\n"
+    "It ends with SIGTERM, SIGINT or \"gardenctl quit\".\n";
+
+constexpr int kUsageError = 2;
+
+// Decimal digits and nothing else. @return false for that, and for numbers out of the range
+bool readNumber(const char* text, long low, long high, long& number) {
+    char* end = nullptr;
+    if (*text < '0' || *text > '9') {
+        return false;
+    }
+    number = strtol(text, &end, 10);  // too large a number becomes the largest one
+    return *end == '\0' && number >= low && number <= high;
+}
+
+bool readMilliseconds(const char* text, zol::CTime& time) {
+    long milliseconds = 0;
+    if (!readNumber(text, 1, 86400000, milliseconds)) {
+        return false;
+    }
+    time = zol::CTime(static_cast<int64_t>(milliseconds) * 1000);
+    return true;
+}
+
+bool readListen(const char* text, Options& options) {
+    const char* const colon = strchr(text, ':');
+    if (colon == nullptr) {
+        return false;
+    }
+    in_addr address = {};
+    long port = 0;
+    const zol::CStr host(text, static_cast<int>(colon - text));
+    if (inet_pton(AF_INET, host.get(), &address) != 1 || !readNumber(colon + 1, 0, 65535, port)) {
+        return false;
+    }
+    options.address = ntohl(address.s_addr);
+    options.port = static_cast<uint16_t>(port);
+    return true;
+}
+
+// The system's record of a socket path is short.
+bool readPath(const char* text, zol::CStr& path) {
+    path = text;
+    return *text != '\0' && strlen(text) < sizeof(sockaddr_un::sun_path);
+}
+
+}  // namespace
+
+int readOptions(int argc, char** argv, Options& options) {
+    enum { kListen = 1, kSocket, kTick, kTimeout, kLogStderr, kShowHelp };
+    static const option kOptions[] = {
+        {"listen", required_argument, nullptr, kListen},
+        {"socket", required_argument, nullptr, kSocket},
+        {"tick", required_argument, nullptr, kTick},
+        {"timeout", required_argument, nullptr, kTimeout},
+        {"log-stderr", no_argument, nullptr, kLogStderr},
+        {"help", no_argument, nullptr, kShowHelp},
+        {nullptr, 0, nullptr, 0},
+    };
+    int index = 0;
+    int which = 0;
+    while ((which = getopt_long(argc, argv, "", kOptions, &index)) != -1) {
+        bool good = true;
+        switch (which) {
+            case kListen:
+                good = readListen(optarg, options);
+                break;
+            case kSocket:
+                good = readPath(optarg, options.controlPath);
+                break;
+            case kTick:
+                good = readMilliseconds(optarg, options.tick);
+                break;
+            case kTimeout:
+                good = readMilliseconds(optarg, options.timeLimit);
+                break;
+            case kLogStderr:
+                options.logToTerminal = true;
+                break;
+            case kShowHelp:
+                (void)fputs(kHelp, stdout);
+                return 0;
+            default:
+                (void)fputs("Try gardend --help.\n", stderr);
+                return kUsageError;
+        }
+        if (!good) {
+            (void)fprintf(stderr, "gardend: --%s: not valid: %s\n", kOptions[index].name, optarg);
+            return kUsageError;
+        }
+    }
+    if (optind < argc) {
+        (void)fprintf(stderr, "gardend: not an option: %s\n", argv[optind]);
+        return kUsageError;
+    }
+    return -1;
+}
+
+}  // namespace gardend

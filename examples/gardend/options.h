@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#ifndef GARDEND_OPTIONS_H
+#define GARDEND_OPTIONS_H
+
+#include <stdint.h>
+
+#include "zol/str.h"
+#include "zol/time.h"
+
+#include "control_protocol.h"
+
+namespace gardend {
+
+/** What the command line says. */
+struct Options {
+    uint32_t address = 0x7f000001;  // of the status page, host byte order
+    uint16_t port = 8080;           // host byte order; 0: the system chooses
+    zol::CStr controlPath = kDefaultControlPath;
+    zol::CTime tick = zol::CTime(1000000);
+    zol::CTime timeLimit = zol::CTime(30000000);  // for one exchange with a client
+    bool logToTerminal = false;
+};
+
+/**
+ * Reads the command line.
+ *
+ * @return -1 to go on; else the exit status, with the help or a complaint printed
+ */
+int readOptions(int argc, char** argv, Options& options);
+
+}  // namespace gardend
+
+#endif

@@ -1,0 +1,75 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#include "text.h"
+
+#include <inttypes.h>
+#include <stdarg.h>
+#include <string.h>
+
+namespace gardend {
+
+CText& CText::add(const char* text, int length) {
+    const int added = length < 0 ? static_cast<int>(strlen(text)) : length;
+    const int before = m_str.getLength();
+    if (m_whole) {
+        m_str.concat(text, added);
+        m_whole = m_str.getLength() == before + added;
+    }
+    return *this;
+}
+
+CText& CText::add(const CText& text) {
+    m_whole = m_whole && text.m_whole;
+    return add(text.get(), text.getLength());
+}
+
+CText& CText::addFormat(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    zol::CStr piece;
+    if (xstr_vformat(piece.handle(), format, args) != piece.getLength()) {
+        m_whole = false;
+    }
+    va_end(args);
+    return add(piece.get(), piece.getLength());
+}
+
+CText& CText::addDecimal(int64_t number, int decimals) {
+    int64_t one = 1;
+    for (int i = 0; i < decimals; ++i) {
+        one *= 10;
+    }
+    return addFormat("%" PRId64 ".%0*" PRId64, number / one, decimals, number % one);
+}
+
+CText& CText::addHtml(const char* text) {
+    for (const char* rest = text; *rest != '\0';) {
+        const int plain = static_cast<int>(strcspn(rest, "&<>\"'"));
+        add(rest, plain);
+        rest += plain;
+        if (*rest != '\0') {
+            addFormat("&#%d;", *rest);
+            ++rest;
+        }
+    }
+    return *this;
+}
+
+CText& CText::addJson(const char* text) {
+    for (const char* next = text; *next != '\0'; ++next) {
+        const unsigned char byte = static_cast<unsigned char>(*next);
+        if (byte < 0x20 || byte == '"' || byte == '\\') {
+            addFormat("\\u%04x", byte);
+        } else {
+            add(next, 1);
+        }
+    }
+    return *this;
+}
+
+void CText::clear() {
+    m_str = "";
+    m_whole = true;
+}
+
+}  // namespace gardend
