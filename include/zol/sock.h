@@ -83,9 +83,10 @@ ZOL_API int xsock_open_inet_client(const char* host, uint16_t port, int nonblock
 /**
  * Describes the two ends of a socket.
  *
- * @param family     receives AF_UNIX, AF_INET, AF_INET6, or what else the system reports
- * @param localAddr  receives the local address as text: a path, or an IP address; as the other
- *                   outputs, null when it is not wanted
+ * @param family     receives AF_UNIX, AF_INET, AF_INET6, or what else the system reports; never
+ *                   null
+ * @param localAddr  receives the local address as text: a path, or an IP address. This output and
+ *                   those that follow may be null and are skipped then.
  * @param localPort  network byte order; 0 but for IP sockets
  * @param peerAddr   receives the peer's address; empty when there is no peer, or no name for it
  * @param peerPort   network byte order; 0 but for connected IP sockets

@@ -14,12 +14,12 @@
 
 static int failures = 0;
 
-#define CHECK(condition)                                              \
-    do {                                                              \
-        if (!(condition)) {                                           \
-            printf("%s:%d: %s\n", __FILE__, __LINE__, #condition);    \
-            ++failures;                                               \
-        }                                                             \
+#define CHECK(condition)                                           \
+    do {                                                           \
+        if (!(condition)) {                                        \
+            printf("%s:%d: %s\n", __FILE__, __LINE__, #condition); \
+            ++failures;                                            \
+        }                                                          \
     } while (0)
 
 static int formatted(xstr* s, const char* format, ...) ZOL_PRINTF(2, 3);

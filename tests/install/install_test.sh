@@ -26,7 +26,7 @@ run() {
 }
 
 echo "- the CMake package"
-cmake -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$stage" \
+cmake -G Ninja -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$stage" \
     -DCMAKE_FIND_ROOT_PATH="$stage" ${toolchain:+-DCMAKE_TOOLCHAIN_FILE="$toolchain"} \
     -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_EXE_LINKER_FLAGS="$*" >/dev/null

@@ -677,7 +677,7 @@ TEST_F(Server, WhoseSocketWasShutDownDoesNotSpin) {
 
     runner.runUntil([&] { return calls.count("socket") == 2; });
 
-    EXPECT_LE(calls.count("accept"), 2);
+    EXPECT_LE(calls.count("accept"), calls.count("socket") + 1);  // one attempt for each look
 }
 
 // --- clients ---
