@@ -45,7 +45,8 @@ struct Descriptor : evlp_ctx_str {
 
 struct Timer : evlp_ctx_str {
     evlp_fn fn = nullptr;
-    int64_t due = 0;  // the moment for which it was armed, kept for its callback
+    int64_t due = 0;      // the moment for which it was armed, kept for its callback
+    int64_t delayMs = 0;  // with which it was armed last
 };
 
 struct Signal : evlp_ctx_str {

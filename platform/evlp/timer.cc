@@ -19,7 +19,7 @@ int64_t dueAfter(const Timer* timer, int64_t delayMs) {
     if (delayMs < 1) {
         return startOfMs(time);
     }
-    if (timer->loop->current == timer) {
+    if (timer->loop->current == timer && delayMs == timer->delayMs) {
         const int64_t due = later(timer->due, delayMs);
         if (due >= startOfMs(time)) {
             return due;
@@ -66,6 +66,7 @@ int timer_startCtx(evlp_ctx_str* ctx, int64_t delayMs) {
     } else {
         timer->loop->deadlines.arm(timer, dueAfter(timer, delayMs));
     }
+    timer->delayMs = delayMs;
     return 0;
 }
 

@@ -197,7 +197,7 @@ TEST_F(TimerRearmed, TwiceInItsOwnCallbackStillCountsFromTheMomentItWasDue) {
     tick.then([&] {
         firedAt = kernel::nowMs() - 1000000;
         kernel::advanceNs(5000000);
-        tick.start(700);
+        tick.start(100);
         tick.stop();
         tick.start(100);
     });
@@ -206,6 +206,21 @@ TEST_F(TimerRearmed, TwiceInItsOwnCallbackStillCountsFromTheMomentItWasDue) {
     runFor(210);
 
     EXPECT_EQ(200, firedAt);
+}
+
+TEST_F(TimerRearmed, WithAnotherDelayInItsOwnCallbackCountsFromNow) {
+    std::vector<int64_t> times;
+    Context& tick = timer("tick");
+    tick.then([&] {
+        times.push_back(kernel::nowMs() - 1000000);
+        kernel::advanceNs(60000000);  // who computes a delay from the present means the present
+        tick.start(50);
+    });
+    tick.start(100);
+
+    runFor(215);
+
+    EXPECT_THAT(times, ElementsAre(100, 210));
 }
 
 TEST_F(TimerRearmed, InAnotherCallbackCountsFromNow) {

@@ -41,6 +41,10 @@
  * Threads: evlp_stopThread may be called from any thread, callback or signal handler. All other
  * functions on one loop and its contexts belong to one thread at a time: the one that runs the
  * loop while it runs. Different loops are independent of each other.
+ *
+ * Processes: a forked child shares its parent's loops with it. A child that goes on beside its
+ * parent leaves the parent's loops and contexts alone and ends with exec or _exit(2); one that
+ * takes the parent's place, as daemon(3) makes it, may run them.
  */
 
 #include <stdint.h>
@@ -175,10 +179,10 @@ EVLP_API evlp_ctx_str* timer_openCtx(evlp_thread_str* loop, evlp_fn fn, void* us
  *
  * The clock is the one that counts up from the start of the system (clock_gettime(2),
  * CLOCK_MONOTONIC): setting the calendar clock moves no timer. A timer never fires before its
- * time. Started inside its own callback, the delay counts from the moment for which the timer
- * was due, not from the moment at which the callback came to run, so that a periodic timer does
- * not drift; when that time has already passed, it counts from now, so that a late loop does
- * not have to catch up.
+ * time. Started with the same delay inside its own callback, as a periodic timer is, it counts
+ * from the moment for which it was due, not from the moment at which the callback came to run,
+ * so that it does not drift; when that time has already passed, it counts from now, so that a
+ * late loop does not have to catch up.
  */
 EVLP_API int timer_startCtx(evlp_ctx_str* ctx, int64_t delayMs);
 EVLP_API int timer_stopCtx(evlp_ctx_str* ctx);
