@@ -6,11 +6,20 @@
 // How the library reports: the one road to the system log. Each line begins with the reporting
 // function's name and line number; the texts are part of the library's interface.
 
+#include <errno.h>
 #include <syslog.h>
 
-// Reports a text with printf arguments; DIAG one without.
+// Reports a text with printf arguments; DIAG one without. Neither touches errno.
 #define DIAGF(priority, text, ...) \
-    syslog(priority, " %s(%d): " text, __func__, __LINE__, __VA_ARGS__)
-#define DIAG(priority, text) syslog(priority, " %s(%d): " text, __func__, __LINE__)
+    DIAG_KEEPING_ERRNO(syslog(priority, " %s(%d): " text, __func__, __LINE__, __VA_ARGS__))
+#define DIAG(priority, text) \
+    DIAG_KEEPING_ERRNO(syslog(priority, " %s(%d): " text, __func__, __LINE__))
+
+#define DIAG_KEEPING_ERRNO(call)  \
+    do {                          \
+        const int error_ = errno; \
+        call;                     \
+        errno = error_;           \
+    } while (0)
 
 #endif

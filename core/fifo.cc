@@ -37,11 +37,14 @@ xfifo* xfifo_add(xfifo* fifo, void* elem, size_t linkOffset) {
 
 void* xfifo_remove(xfifo* fifo, size_t linkOffset) {
     void* const head = fifo->head;
+    if (head == nullptr) {
+        return nullptr;
+    }
     if (head == fifo->tail) {
         *fifo = xfifo_null;
-        return head;
+    } else {
+        fifo->head = linkOf(head, linkOffset);
     }
-    fifo->head = linkOf(head, linkOffset);
     linkOf(head, linkOffset) = nullptr;
     return head;
 }

@@ -26,6 +26,8 @@ int xsbuf_release(xhandle* handle, unsigned n) {
 }
 
 void xsbuf_free(xhandle* handle) {
+    // Deliberate: exactly 0, so a block that was never counted goes to -1 and stays. Pinned by
+    // SbufFree.OfABlockThatWasNeverCountedOnlyClearsTheHandle.
     if (core::dataOf(handle) != nullptr && xsbuf_release(handle, 1) == 0) {
         xabuf_free(handle);
     }

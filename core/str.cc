@@ -108,8 +108,8 @@ const xstr xstr_null = const_cast<char*>(&emptyText.nul);
 
 const zol::CStr zol::CStr::EmptyStr;
 
-// Tables of strings are common enough to have one copy of their code and descriptor.
-template class ZOL_API zol::CTab<zol::CStr, 8, xtabh_s>;
+// Tables of strings are common: their code and descriptor are here once for all, see zol/tab.h.
+template class zol::CTab<zol::CStr, 8, xtabh_s>;
 
 void xstr_init(xstr* s) {
     core::setData(tableOf(s), xstr_null);
@@ -145,14 +145,11 @@ int xstr_ncompare(const xstr* s, const char* rhs, unsigned n) {
 
 char* xstr_get_buffer(xstr* s, int size) {
     const int length = xstr_get_length(s);
-    int missing = size;
-    if (length > 0) {
-        if (!makePrivate(s)) {
-            return nullptr;
-        }
-        missing = size - (length + 1);
+    if (length > 0 && !makePrivate(s)) {
+        return nullptr;
     }
-    if (missing > 0 && !extend(s, missing)) {
+    const int count = length > 0 ? length + 1 : 0;
+    if (size > count && !extend(s, size - count)) {
         return nullptr;
     }
     return textOf(s);
@@ -160,6 +157,10 @@ char* xstr_get_buffer(xstr* s, int size) {
 
 xstr* xstr_release_buffer(xstr* s, int size) {
     const int length = xstr_get_length(s);
+    if (size == 1) {
+        xstr_free(s);
+        return s;
+    }
     if (length < 1 || !makePrivate(s)) {
         return s;
     }
@@ -213,7 +214,7 @@ xstr* xstr_concat(xstr* s, const char* text, int len) {
     // `text` may lie in the string's own bytes, which may move.
     const uintptr_t offset =
         reinterpret_cast<uintptr_t>(text) - reinterpret_cast<uintptr_t>(textOf(s));
-    const bool own = offset < static_cast<uintptr_t>(length);
+    const bool own = offset <= static_cast<uintptr_t>(length);
     if (makePrivate(s) && extend(s, added)) {
         char* const bytes = textOf(s);
         memmove(bytes + length, own ? bytes + offset : text, static_cast<size_t>(added));

@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <syslog.h>
@@ -10,12 +11,14 @@ namespace {
 
 // Formats a text that is known to have `length` bytes on the heap. False without memory.
 ZOL_PRINTF(3, 0) bool setLongText(xstr* s, int length, const char* format, va_list args) {
+    const int error = errno;  // the text may print it, and must be as long as it was measured
     const size_t size = static_cast<size_t>(length) + 1;
     char* const text = static_cast<char*>(malloc(size));
     if (text == nullptr) {
         return false;
     }
     syslog(LOG_NOTICE, "xstr_format, static buf is too small");
+    errno = error;
     (void)vsnprintf(text, size, format, args);
     xstr_set(s, text, length);
     free(text);

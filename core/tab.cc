@@ -15,6 +15,8 @@ namespace {
 
 // Capacity for `count` elements; -1 when their bytes cannot be counted.
 int grownCapacity(const xabuf_def_s* def, int count) {
+    // Deliberate: strictly above the count, so a whole step stays free where the count is a
+    // multiple of it. Pinned by TabInsert.OfAWholeStepAtOnceLeavesAnotherStepFree.
     const int64_t step = def->growStep;
     const int64_t capacity = (count / step + 1) * step;
     const bool fits = capacity <= INT32_MAX && capacity * def->elementSize <= UINT32_MAX;
@@ -24,7 +26,7 @@ int grownCapacity(const xabuf_def_s* def, int count) {
 // Gives the block room for `capacity` elements. The block may move.
 bool resize(xtab* t, const xabuf_def_s* def, int capacity) {
     const unsigned bytes = static_cast<unsigned>(capacity) * def->elementSize;
-    return xabuf_realloc(t, def, bytes) == 0;
+    return bytes != 0 && xabuf_realloc(t, def, bytes) == 0;
 }
 
 // Elements that are inserted may come from the table itself, and then move with it: the growing
@@ -93,6 +95,7 @@ int xtab_insert(xtab* t, const xabuf_def_s* def, int index, int n, const void* s
     void* const before = core::dataOf(t);
     const InsertedElements inserted(source, insertedBytes, before, usedBytes);
 
+    // Asked after the copy was made: a private copy may be smaller than the block that was shared.
     int capacity = before == nullptr ? 0 : core::tableHeaderOf(before)->capacity;
     if (tooMany || capacity < newCount) {
         capacity = tooMany ? -1 : grownCapacity(def, newCount);
@@ -116,8 +119,8 @@ int xtab_insert(xtab* t, const xabuf_def_s* def, int index, int n, const void* s
 
 int xtab_delete(xtab* t, int index, int n) {
     const int count = xtab_get_count(t);
-    const int removed = n < 0 ? count - index : n;
     const int position = index == -1 ? count : index;
+    const int removed = n < 0 ? count - position : n;
     if (removed < 1) {
         return position;
     }
@@ -136,6 +139,8 @@ int xtab_delete(xtab* t, int index, int n) {
             static_cast<size_t>(count) * size - from);
     header->count = count - removed;
 
+    // Deliberate: not before a whole step is spare. Pinned by
+    // TabDelete.KeepsTheBlockWhileLessThanAStepIsSpare.
     const int spare = header->capacity - header->count;
     if (header->count == 0 || spare >= static_cast<int>(header->def->growStep)) {
         (void)xtab_strip_buffer(t);  // without memory the block just stays larger
@@ -164,6 +169,9 @@ int xtab_strip_buffer(xtab* t) {
     const int count = header->count;
     if (count <= 0) {
         xsbuf_free(t);
+        return count;
+    }
+    if (header->capacity == count) {
         return count;
     }
     if (!resize(t, header->def, count)) {

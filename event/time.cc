@@ -66,6 +66,8 @@ timespec CTime::getTimespec() const {
 }
 
 void CTime::getTm(tm& out, int local) const {
+    // Deliberate: shown through the calendar of 2001. Pinned by
+    // Time.UptimeShowsAsADateOfTheYearOne.
     const bool sinceStart = m_us < kEpochUs;
     const int64_t us = sinceStart ? m_us + kY2001Us : m_us;
     const time_t seconds = (us - kEpochUs) / kUsPerSecond;

@@ -35,7 +35,7 @@ typedef void* xhandle;
 /** Describes all blocks of one kind. Constant; must outlive every block made with it. */
 typedef struct xabuf_def_s {
     uint32_t headerSize;  /**< bytes before the data, the descriptor pointer included */
-    uint32_t elementSize; /**< bytes of one element */
+    uint32_t elementSize; /**< bytes of one element, at least 1 */
     uint32_t growStep;    /**< granularity of growth, in elements; at least 1 for tables */
 } xabuf_def_s;
 

@@ -59,7 +59,7 @@ ZOL_API extern const xlist xlist_null;
 ZOL_API extern const xfifo xfifo_null;
 ZOL_API extern const xlifo xlifo_null;
 
-/** Makes the list empty, whatever it held. */
+/** Makes the list empty; frees nothing. */
 ZOL_API void xlist_init(xlist* list);
 
 ZOL_API int xlist_get_count(const xlist* list);

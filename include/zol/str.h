@@ -23,7 +23,8 @@
  *    "measure the text up to its NUL";
  *  - text passed in is copied, and may be part of the string that is changed; text handed out
  *    belongs to the string and is valid until the string is next changed or freed;
- *  - a failed allocation leaves the string valid: empty or as it was;
+ *  - a failed allocation leaves the string valid: empty or as it was; xstr_replace() may have
+ *    done a part of its work;
  *  - a string, and every string that shares its bytes, belongs to one thread at a time;
  *  - nothing is logged.
  *
@@ -49,7 +50,7 @@ ZOL_API extern const xabuf_def_s xstr_def;
 /** The handle of every empty string: one static text, which is never written nor freed. */
 ZOL_API extern const xstr xstr_null;
 
-/** Makes the handle an empty string, whatever it held. */
+/** Makes the handle an empty string; frees nothing. */
 ZOL_API void xstr_init(xstr* s);
 
 /** Gives the text up; the string is empty then, and may be used again. */
@@ -108,14 +109,16 @@ ZOL_API xstr* xstr_set_char(xstr* s, char ch, int n);
  */
 ZOL_API xstr* xstr_concat(xstr* s, const char* text, int len);
 
-/** Makes `s` share the text of `source`: one increment. @return `s` */
+/** Makes `s` share the text of `source`: one increment. An empty `source` empties `s`; a string
+ *  copied onto itself stays as it is. @return `s` */
 ZOL_API xstr* xstr_copy(xstr* s, const xstr* source);
 
 /**
  * Sets the text as vprintf(3) would print it; the arguments may point into `s`.
  *
  * @return the length; negative, with the string empty or cut, when vsnprintf(3) fails; -1, with
- *         the string as it was, when there is no memory to format a long text
+ *         the string as it was, when there is no memory to format a long text. (The length also
+ *         when there was none to keep the text: the string is empty then.)
  *
  * Needs no memory but the string's own up to 511 characters. A longer text logs "xstr_format,
  * static buf is too small" at priority 5.

@@ -55,7 +55,7 @@ ZOL_API int xtab_insert(xtab* t, const xabuf_def_s* def, int index, int n, const
  * Removes `n` elements from `index` on; a negative `n` removes all to the end, an `n` of 0
  * nothing.
  *
- * @return the index, -1 resolved
+ * @return the index, -1 resolved; a shared table that cannot be made private is null then
  *
  * The block shrinks to the count when growStep or more elements have become spare; a table that
  * loses its last element has no block any more.
@@ -105,28 +105,22 @@ namespace zol {
  */
 template <class T, int N = 8, class H = xtabh_s>
 class CTab {
-    static_assert(alignof(T) <= 8, "blocks and their headers align elements to 8 bytes at most");
-
   public:
     CTab() : m_table(nullptr) {}
     CTab(const CTab& other) : m_table(nullptr) { share(other); }
     CTab(CTab&& other) noexcept : m_table(other.m_table) { other.m_table = nullptr; }
     ~CTab() { empty(); }
 
+    // `other` may live in an element of this table, and go with it: so it is left first.
     CTab& operator=(const CTab& other) {
-        if (m_table != other.m_table) {
-            empty();
-            share(other);
-        }
+        CTab copy(other);
+        swap(copy);
         return *this;
     }
 
     CTab& operator=(CTab&& other) noexcept {
-        if (this != &other) {
-            empty();
-            m_table = other.m_table;
-            other.m_table = nullptr;
-        }
+        CTab taken(static_cast<CTab&&>(other));
+        swap(taken);
         return *this;
     }
 
@@ -168,6 +162,12 @@ class CTab {
     void share(const CTab& other) {
         xtab source = other.m_table;
         xsbuf_copy(&m_table, &source);
+    }
+
+    void swap(CTab& other) {
+        const xtab table = m_table;
+        m_table = other.m_table;
+        other.m_table = table;
     }
 
     void makePrivate();
@@ -213,13 +213,17 @@ void CTab<T, N, H>::makePrivate() {
 
 template <class T, int N, class H>
 int CTab<T, N, H>::insert(int index, const T& value) {
+    static_assert(alignof(T) <= 8, "blocks and their headers align elements to 8 bytes at most");
     const int before = getCount();
     const int position = index == -1 ? before : index;
-    // The copy is made first: `value` may be an element that is about to move.
+    makePrivate();  // where `value` is an element, it lives on with the other holders
+    if (getCount() != before) {
+        return -1;
+    }
+    // Copied before its place is made: `value` may be an element that moves.
     alignas(T) unsigned char bytes[sizeof(T)];
     T* const copy = new (bytes) T(value);
-    makePrivate();
-    const int after = getCount() == before ? xtab_insert(&m_table, &_def, position, 1, bytes) : -1;
+    const int after = xtab_insert(&m_table, &_def, position, 1, bytes);
     if (after == -1) {
         copy->~T();
     }
@@ -241,6 +245,10 @@ int CTab<T, N, H>::remove(int index, int n) {
     (void)xtab_delete(&m_table, position, removed);
     return 0;
 }
+
+// Tables of strings have their code and descriptor in the library.
+class CStr;
+extern template class ZOL_API CTab<CStr, 8, xtabh_s>;
 
 }  // namespace zol
 

@@ -18,10 +18,8 @@
 
 /* timeval, timespec and tm stand in the interface: both sides must agree on their layout. On
    32-bit glibc compile with -D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64, as the library's pkg-config
-   file and CMake package do. Systems without 64-bit time define ZOL_TIME32 on both sides. */
-#ifndef ZOL_TIME32
+   file and CMake package do. */
 static_assert(sizeof(time_t) == 8, "zol needs 64-bit time_t: -D_TIME_BITS=64");
-#endif
 
 namespace zol {
 
@@ -38,7 +36,7 @@ namespace zol {
  *     zol::CTime passed = zol::CTime::getCurrent() - start;
  *
  * No operation fails. `infinite` and `undefined` are the numbers -1 and -2 to all of them; only
- * events look for `infinite`. Any thread.
+ * events look for `infinite`. Any thread, but for `synchronized`, a plain number.
  */
 class ZOL_API CTime {
   public:
@@ -47,7 +45,8 @@ class ZOL_API CTime {
 
     /**
      * Reads local time from text with strptime(3). Failure is not reported: the fields that were
-     * read count, the others are zero.
+     * read count, the others are zero. The text is taken for standard time: one of the summer
+     * comes out as late as the clocks are ahead then.
      */
     CTime(const char* text, const char* format);
 
@@ -70,7 +69,8 @@ class ZOL_API CTime {
 
     /**
      * Sets the time from fields; local time when `local` is not 0, else UTC. Years below 1970 are
-     * times since the system start. `in` is normalised, as mktime(3) does.
+     * times since the system start. `in` is normalised, as mktime(3) does, and its tm_isdst counts
+     * as it does there.
      */
     void set(tm& in, int local);
 

@@ -10,6 +10,9 @@ import pathlib
 import re
 import sys
 
+# Folders whose comments are not about the library's oddities.
+OTHERS = {"tests", "bench", "examples", "build", "stage", ".git"}
+
 TEST = re.compile(r"^TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)", re.MULTILINE)
 DELIBERATE = re.compile(r"Deliberate:(.*?)\n(?!\s*//)", re.DOTALL)
 PIN = re.compile(r"\b([A-Z]\w+)\.(\w+)")
@@ -22,8 +25,10 @@ def main():
         tests.update(f"{suite}.{name}" for suite, name in TEST.findall(path.read_text()))
     pins = 0
     problems = []
-    for folder in ("core", "event", "net", "platform"):
-        for path in sorted((root / folder).rglob("*.cc")):
+    for folder in sorted(root.iterdir()):
+        if not folder.is_dir() or folder.name in OTHERS:
+            continue
+        for path in sorted([*folder.rglob("*.cc"), *folder.rglob("*.h")]):
             for match in DELIBERATE.finditer(path.read_text()):
                 comment = re.sub(r"\s*//\s*", " ", match.group(1))
                 named = re.search(r"Pinned by(.*)", comment)

@@ -112,6 +112,23 @@ TEST(Realloc, KeepsHeaderAndData) {
     EXPECT_EQ(0, memcmp(block.h, "abcd", 4));
 }
 
+TEST(Realloc, GoesByTheDescriptorItIsGivenAndKeepsTheOneThatIsStored) {
+    const xabuf_def_s other = {kDef.headerSize, 1, 1};
+    OwnedBlock block;
+    ASSERT_EQ(0, xabuf_alloc(&block.h, &kDef, 4));
+    ASSERT_EQ(0, xabuf_realloc(&block.h, &other, 100));
+    EXPECT_EQ(&kDef, xabuf_get_def(&block.h));
+
+    // A stored descriptor that tells a wrong size of the header is not looked at.
+    const xabuf_def_s wrong = {kDef.headerSize + 64, 4, 8};
+    block.header()->def = &wrong;
+    ASSERT_EQ(0, xabuf_realloc(&block.h, &kDef, 200));
+    memset(block.h, 'x', 200);
+    xtabh_s* const header = reinterpret_cast<xtabh_s*>(block.h) - 1;
+    EXPECT_EQ(&wrong, header->def);
+    header->def = &kDef;
+}
+
 TEST(Realloc, ToSizeZeroFreesTheBlock) {
     OwnedBlock block;
     ASSERT_EQ(0, xabuf_alloc(&block.h, &kDef, 4));

@@ -286,6 +286,16 @@ TEST_F(Fifo, WithOneElementHasItAtBothEnds) {
     EXPECT_EQ(nullptr, fifo.tail);
 }
 
+TEST_F(Fifo, RemovingTheOnlyElementClearsItsLink) {
+    r[0].below = &r[4];
+    xfifo_add(&fifo, &r[0], kBelow);
+
+    EXPECT_EQ(&r[0], xfifo_remove(&fifo, kBelow));
+
+    EXPECT_EQ(nullptr, r[0].below);
+    EXPECT_EQ(nullptr, fifo.head);
+}
+
 TEST_F(Fifo, AddingLeavesTheElementsOwnLinkUntouched) {
     r[0].below = &r[4];
     r[1].below = &r[4];

@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
+#include <errno.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -66,6 +67,19 @@ TEST(StrFormat, ReadsFromTheStringItSets) {
     EXPECT_EQ(std::string(591, ' ') + "<abc|abc>", s.h);
 }
 
+TEST(StrFormat, PrintsErrnoAsItWasBeforeTheNotice) {
+    SyslogCapture log;  // sets errno, as writing to the log may
+    OwnedStr s;
+    errno = ENOENT;
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"  // %m is known to the C library, not to the standard
+    EXPECT_EQ(625, xstr_format(s, "%600s%m", "|"));
+#pragma GCC diagnostic pop
+
+    EXPECT_EQ(std::string(599, ' ') + "|No such file or directory", s.h);
+}
+
 TEST(StrFormat, LeavesOtherHoldersOfTheBytesUnchanged) {
     OwnedStr a("abc");
     OwnedStr b;
@@ -80,9 +94,9 @@ TEST(StrFormat, ThatCannotBeDoneKeepsWhatWasFormatted) {
     OwnedStr s("before");
     const wchar_t invalid[] = {static_cast<wchar_t>(0x7FFFFFFF), 0};
 
-    EXPECT_EQ(-1, xstr_format(s, "%ls", invalid));
+    EXPECT_EQ(-1, xstr_format(s, "ab%ls", invalid));
 
-    EXPECT_EQ(0, s.length());
+    EXPECT_STREQ("ab", s.h);
 }
 
 }  // namespace

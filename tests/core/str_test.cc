@@ -209,6 +209,18 @@ TEST(StrConcat, AppendsTheStringToItself) {
     EXPECT_STREQ("01234567890123456789567890123456", s.h);
 }
 
+TEST(StrConcat, AppendsItsOwnNul) {
+    OwnedStr s("0123456789");
+    xstr_get_buffer(s, 1);
+    xstr_release_buffer(s, 0);
+    ASSERT_EQ(11, s.capacity());  // full: the block has to move
+
+    xstr_concat(s, s.h + 10, 1);
+
+    EXPECT_EQ(11, s.length());
+    EXPECT_EQ(0, memcmp("0123456789\0", s.h, 12));
+}
+
 TEST(StrConcat, AppendsASharedStringToItself) {
     OwnedStr a("abc");
     OwnedStr b;
@@ -343,6 +355,14 @@ TEST(StrBuffer, ThatIsLargeEnoughStaysAsItIs) {
     EXPECT_EQ(before, xstr_get_buffer(s, 7));
     EXPECT_EQ(before, xstr_get_buffer(s, 2));
     EXPECT_EQ(6, s.length());
+}
+
+TEST(StrBuffer, OfANegativeSizeIsTheTextAsItIs) {
+    OwnedStr s("abc");
+
+    EXPECT_EQ(s.h, xstr_get_buffer(s, INT32_MIN));
+
+    EXPECT_STREQ("abc", s.h);
 }
 
 TEST(StrBuffer, IsPrivate) {
@@ -587,6 +607,15 @@ TEST(StrRtrim, NeverTakesOffTheFirstByte) {
     EXPECT_EQ(1, s.length());
 }
 
+TEST(StrRtrim, KeepsEmbeddedNuls) {
+    OwnedStr s;
+    xstr_set(s, "a\0", 2);
+
+    xstr_rtrim(s, " ");
+
+    EXPECT_EQ(2, s.length());
+}
+
 TEST(StrRtrim, OfAnEmptySetRemovesNothing) {
     OwnedStr s("abc ");
 
@@ -713,6 +742,7 @@ TEST(StrrefCompare, OfNulls) {
 TEST(StrrefCompare, DifferentLengthsCompareAsLess) {
     EXPECT_EQ(-1, xstrref_compare("ab", static_cast<unsigned>(-1), "abc"));
     EXPECT_EQ(-1, xstrref_compare("zzz", 3, "a"));
+    EXPECT_EQ(-1, xstrref_compare("ab", 5, "ab"));  // the length that is told, not the text's
 }
 
 TEST(StrrefCompare, OfEqualLengthsOrdersLikeStrncmp) {

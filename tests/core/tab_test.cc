@@ -127,6 +127,28 @@ TEST(TabInsert, MakesASharedTablePrivate) {
     EXPECT_EQ(1, b.holders());
 }
 
+TEST(TabInsert, GrowsAPrivateCopyThatIsSmallerThanTheSharedBlock) {
+    OwnedTab a({1, 2, 3, 4, 5, 6, 7, 8, 9});
+    xtab_strip_buffer(a);
+    xtab_delete(a, 0, 2);
+    ASSERT_EQ(9, a.capacity());
+    OwnedTab b;
+    xsbuf_copy(b, a);
+
+    ASSERT_EQ(9, xtab_insert(b, &kDef, -1, 2, nullptr));  // the copy has room for eight
+
+    EXPECT_EQ(16, b.capacity());
+    EXPECT_THAT(b.elements(), ElementsAre(3, 4, 5, 6, 7, 8, 9, 0, 0));
+    EXPECT_THAT(a.elements(), ElementsAre(3, 4, 5, 6, 7, 8, 9));
+}
+
+TEST(TabInsert, OfElementsWithoutSizeFails) {
+    const xabuf_def_s def = {sizeof(xtabh_s), 0, 8};
+    OwnedTab t;
+
+    EXPECT_EQ(-1, xtab_insert(t, &def, -1, 1, nullptr));
+}
+
 TEST(TabInsert, TakesElementsOfTheTableItself) {
     // Six elements and room for eight: the first insertion grows the block, the second does not.
     OwnedTab t({1, 2, 3, 4, 5, 6});
@@ -185,6 +207,7 @@ TEST(TabDelete, OfNothingAnswersTheResolvedIndex) {
     EXPECT_EQ(3, xtab_delete(t, -1, 0));
     EXPECT_EQ(1, xtab_delete(t, 1, 0));
     EXPECT_EQ(3, xtab_delete(t, 3, -1));
+    EXPECT_EQ(3, xtab_delete(t, -1, -1));
 
     EXPECT_THAT(t.elements(), ElementsAre(1, 2, 3));
 }
@@ -193,6 +216,16 @@ TEST(TabDelete, OfTheOnlyElementLeavesNoBlock) {
     OwnedTab t({1});
 
     EXPECT_EQ(0, xtab_delete(t, 0, 1));
+
+    EXPECT_EQ(nullptr, t.h);
+}
+
+TEST(TabDelete, OfTheOnlyElementLeavesNoBlockHoweverSmallItIs) {
+    OwnedTab t({1});
+    xtab_strip_buffer(t);
+    ASSERT_EQ(1, t.capacity());
+
+    xtab_delete(t, 0, 1);
 
     EXPECT_EQ(nullptr, t.h);
 }
@@ -277,6 +310,17 @@ TEST(TabStripBuffer, LeavesTheCapacityAtTheCount) {
 
     EXPECT_EQ(5, t.capacity());
     EXPECT_THAT(t.elements(), ElementsAre(5, 6, 7, 8, 9));
+}
+
+TEST(TabStripBuffer, DoesNotMakeTheTablePrivate) {
+    OwnedTab a({1, 2, 3});
+    xtab_strip_buffer(a);
+    OwnedTab b;
+    xsbuf_copy(b, a);
+
+    EXPECT_EQ(3, xtab_strip_buffer(b));
+
+    EXPECT_EQ(a.h, b.h);
 }
 
 TEST(TabStripBuffer, OfANullHandleAnswersZero) {
@@ -531,6 +575,30 @@ TEST_F(TypedTab, AssigningATableToItselfChangesNothing) {
     table = same;
 
     EXPECT_THAT(values(table), ElementsAre(1, 2));
+}
+
+struct Branch {
+    zol::CTab<Branch> twigs;
+};
+
+TEST(TypedTabOfTables, TakesOverWhatOneOfItsElementsHolds) {
+    zol::CTab<Branch> twigs;
+    twigs.append(Branch());
+    twigs.append(Branch());
+    Branch branch;
+    branch.twigs = twigs;
+    twigs.empty();
+    zol::CTab<Branch> copied;
+    copied.append(branch);
+    zol::CTab<Branch> moved;
+    moved.append(branch);
+    branch.twigs.empty();
+
+    copied = copied[0].twigs;
+    moved = static_cast<zol::CTab<Branch>&&>(moved.getTable()[0].twigs);
+
+    EXPECT_EQ(2, copied.getCount());
+    EXPECT_EQ(2, moved.getCount());
 }
 
 TEST_F(TypedTab, MovingTakesTheElementsAlong) {

@@ -252,6 +252,25 @@ TEST_F(Time, IsReadFromText) {
               CTime("2024-01-15 12:30:05", "%Y-%m-%d %H:%M:%S"));
 }
 
+TEST_F(Time, ReadFromTextIsTakenForStandardTime) {
+    setZone("CET-1CEST,M3.5.0,M10.5.0/3");
+
+    EXPECT_EQ(utc(fields(2024, 7, 15, 11, 0, 0)),
+              CTime("2024-07-15 12:00:00", "%Y-%m-%d %H:%M:%S"));
+}
+
+TEST_F(Time, FieldsOfSummerTimeGoThereAndBack) {
+    setZone("CET-1CEST,M3.5.0,M10.5.0/3");
+    const CTime expected = utc(fields(2024, 7, 15, 10, 0, 0));
+    tm t;
+    expected.getTm(t, 1);
+    CTime time;
+
+    time.set(t, 1);
+
+    EXPECT_EQ(expected, time);
+}
+
 TEST_F(Time, ReadFromTextKeepsTheFieldsThatWereReadWhenParsingFails) {
     setZone("UTC0");
 

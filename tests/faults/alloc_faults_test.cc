@@ -256,6 +256,60 @@ TEST(AllocFaults, CStr) {
     });
 }
 
+// --- what is freed, counted without a leak checker ---
+
+struct Chained {
+    void* next;
+    void* previous;
+    void* below;
+};
+
+TEST(Freed, DeleteAllFreesEveryElement) {
+    const long before = AllocFaults::liveBlocks();
+    xlist list = xlist_null;
+    xfifo fifo = xfifo_null;
+    xlifo lifo = xlifo_null;
+    for (int i = 0; i < 3; ++i) {
+        xlist_add_tail(&list, calloc(1, sizeof(Chained)), 0);
+        xfifo_add(&fifo, calloc(1, sizeof(Chained)), offsetof(Chained, below));
+        xlifo_push(&lifo, calloc(1, sizeof(Chained)), offsetof(Chained, below));
+    }
+    ASSERT_EQ(before + 9, AllocFaults::liveBlocks());
+
+    xlist_delete_all(&list, 0);
+    EXPECT_EQ(before + 6, AllocFaults::liveBlocks());
+    xfifo_delete_all(&fifo, offsetof(Chained, below));
+    EXPECT_EQ(before + 3, AllocFaults::liveBlocks());
+    xlifo_delete_all(&lifo, offsetof(Chained, below));
+    EXPECT_EQ(before, AllocFaults::liveBlocks());
+}
+
+TEST(Freed, ObjFreeFreesTheStorage) {
+    const long before = AllocFaults::liveBlocks();
+    void* const object = new zol::CServer(nullptr, "test");
+    ASSERT_EQ(before + 1, AllocFaults::liveBlocks());
+
+    zol_obj_free(object);
+
+    EXPECT_EQ(before, AllocFaults::liveBlocks());
+}
+
+TEST(Freed, StringsTablesAndBuffersAreFreedByTheirLastHolder) {
+    const long before = AllocFaults::liveBlocks();
+    xstr a;
+    xstr b;
+    xstr_init(&a);
+    xstr_init(&b);
+    xstr_set(&a, "text", -1);
+    xstr_copy(&b, &a);
+    xstr_free(&a);
+    ASSERT_EQ(before + 1, AllocFaults::liveBlocks());
+
+    xstr_free(&b);
+
+    EXPECT_EQ(before, AllocFaults::liveBlocks());
+}
+
 // --- events, servers, clients ---
 
 struct Nothing : zol::CEventCallback {

@@ -38,6 +38,11 @@ bool AllocFaults::hasFailed() {
 }
 
 // The executable's definitions win over those of the C library, or of the address sanitizer.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define __SANITIZE_ADDRESS__ 1
+#endif
+#endif
 #if defined(__SANITIZE_ADDRESS__)
 #define REAL(name) __interceptor_##name
 #else

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/syslog_capture.h"
 
+#include <errno.h>
 #include <ostream>
 #include <stdarg.h>
 #include <stdio.h>
@@ -43,9 +44,27 @@ void vsyslog(int priority, const char* format, va_list args) {
     if (current != nullptr) {
         current->add(priority, text);
     }
+    errno = 0;  // as it may be after writing to a socket
 }
 
 void syslog(int priority, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    vsyslog(priority, format, args);
+    va_end(args);
+}
+
+// What the C library's headers make of the two where they are told to check arguments.
+__attribute__((format(printf, 3, 0))) void __vsyslog_chk(int priority, int flag, const char* format,
+                                                         va_list args);
+__attribute__((format(printf, 3, 4))) void __syslog_chk(int priority, int flag, const char* format,
+                                                        ...);
+
+void __vsyslog_chk(int priority, int, const char* format, va_list args) {
+    vsyslog(priority, format, args);
+}
+
+void __syslog_chk(int priority, int, const char* format, ...) {
     va_list args;
     va_start(args, format);
     vsyslog(priority, format, args);
