@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr unsigned char kDefaultPriority = 8;
-
 evlp_ctx_str* contextOf(void* context) {
     return static_cast<evlp_ctx_str*>(context);
 }

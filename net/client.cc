@@ -43,8 +43,12 @@ bool CClient::openIPv4(const char* host, unsigned short port, int nonblock) {
 }
 
 int CClient::open(int fd) {
+    (void)m_event.reset();  // before its descriptor goes
+    if (m_fd != -1 && m_fd != fd) {
+        (void)::close(m_fd);
+    }
     m_fd = fd;
-    (void)m_event.set(m_thread, this, fd, CEvent::kRead, 8);
+    (void)m_event.set(m_thread, this, fd, CEvent::kRead, CEvent::kDefaultPriority);
     return m_event.add(CTime::infinite);
 }
 

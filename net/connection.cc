@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr unsigned char kPriority = 8;
 const char kMappedPrefix[] = "::ffff:";
 
 // One count for the process, whose servers may be on the loops of different threads.
@@ -27,7 +26,8 @@ CConnection::CConnection(CServer& server, int fd)
     : m_server(server), m_id(0), m_fd(fd), m_family(0), m_localPort(0), m_peerPort(0) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // well defined by the C++ ABI
-    // The callback's virtual table first, then the links, the server, and these:
+    // First the base that has a virtual table, as the C++ ABI wants it, then the links, the
+    // server, and these:
     static_assert(
         sizeof(void*) != 4 ||
             (offsetof(CConnection, m_id) == 16 && offsetof(CConnection, m_fd) == 20 &&
@@ -48,7 +48,7 @@ CConnection::CConnection(CServer& server, int fd)
     m_id = nextId.fetch_add(1, std::memory_order_relaxed);
     DIAGF(LOG_INFO, "New '%s' server connection: %d, from '%s'", m_server.getName(), m_id,
           m_peerAddr);
-    (void)m_event.set(m_server.getThread(), this, m_fd, CEvent::kRead, kPriority);
+    (void)m_event.set(m_server.getThread(), this, m_fd, CEvent::kRead, CEvent::kDefaultPriority);
     (void)m_event.add(CTime::infinite);
 }
 

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 
-// A server whose process has run out of descriptors cannot take the connection that waits, and the
-// listening socket stays ready: left alone, the loop would turn and log without end. So the server
-// turns its one event into a timer, looks now and then whether a descriptor is to be had, and only
-// then listens again. No connection is lost meanwhile but what the backlog cannot hold.
+// A server whose process has run out of descriptors or memory cannot take the connection that
+// waits, and the listening socket stays ready: left alone, the loop would turn and log without end.
+// So the server turns its one event into a timer, looks now and then whether a socket is to be had,
+// and only then listens again. No connection is lost meanwhile but what the backlog cannot hold.
 
 #include "zol/server.h"
 
@@ -19,7 +19,6 @@
 
 namespace {
 
-constexpr unsigned char kPriority = 8;
 constexpr zol::CTime kPause(100000);
 
 // Whether accepting failed for a reason that keeps the socket ready: nothing left to make a
@@ -88,7 +87,7 @@ bool CServer::openIPv6Socket(unsigned short, int) {
 }
 
 int CServer::open(int fd) {
-    (void)m_event.reset();
+    (void)m_event.reset();  // before its descriptor goes
     if (m_fd != -1 && m_fd != fd) {
         (void)::close(m_fd);
     }
@@ -99,7 +98,7 @@ int CServer::open(int fd) {
 
 int CServer::listenForConnections() {
     (void)m_event.reset();
-    (void)m_event.set(m_thread, this, m_fd, CEvent::kRead, kPriority);
+    (void)m_event.set(m_thread, this, m_fd, CEvent::kRead, CEvent::kDefaultPriority);
     return m_event.add(CTime::infinite);
 }
 
@@ -116,22 +115,24 @@ int CServer::onEvent(int fd, short, CEvent*) {
         }
         return accepted;
     }
-    return addConnection(accepted) != nullptr;
+    // The pointer itself where an int has room for it.
+    const auto word = reinterpret_cast<intptr_t>(addConnection(accepted));
+    return sizeof(word) == sizeof(int) ? static_cast<int>(word) : word != 0;
 }
 
 void CServer::pauseAccepting() {
     (void)m_event.reset();
-    (void)m_event.set(m_thread, this, -1, 0, kPriority);
+    (void)m_event.set(m_thread, this, -1, 0, CEvent::kDefaultPriority);
     if (m_event.add(kPause) != 0) {
         (void)listenForConnections();  // a loop that turns is better than a server that is deaf
     }
 }
 
 void CServer::resumeAccepting() {
-    if (descriptorsAreLeft()) {
-        (void)listenForConnections();
-    } else {
-        (void)m_event.add(kPause);
+    if (!descriptorsAreLeft()) {
+        (void)m_event.add(kPause);  // cannot fail for a timer that has just fired
+    } else if (listenForConnections() != 0) {
+        pauseAccepting();
     }
 }
 

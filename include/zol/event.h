@@ -46,7 +46,9 @@ class CEvent;
  *     loop.loop(0, 0);  // until a callback calls loop.exitLoop()
  *
  * What will bite: that the service could not be opened is not reported; getThread() is null then,
- * and loop() answers -1. Destroy the events before the loop.
+ * and loop() answers -1. Events that outlive their loop are not called any more. A loop that is
+ * destroyed inside one of its callbacks is not released. A callback should not throw: the
+ * exception leaves loop(), and the loop can be neither run nor released after that.
  */
 class ZOL_API CEventLoop {
   public:
@@ -91,15 +93,19 @@ class ZOL_API CEventCallback {
  *
  * Empty at first; opened by set(); armed by add(); disarmed by remove(), and armed again; closed
  * by reset() or the destructor. A timer fires once for each add(); descriptors and signals stay
- * armed. What will bite: set() on an event that is open loses the old context; reset() it first.
+ * armed. What will bite: set() on an event that is open loses the old context, which goes on
+ * calling and cannot be closed any more; reset() it first.
  */
 class ZOL_API CEvent {
   public:
     /** Flags of set(). */
     enum { kRead = 1, kWrite = 2, kSignal = 4 };
 
+    /** The priority of every event that the library opens itself. */
+    static constexpr unsigned char kDefaultPriority = 8;
+
     CEvent();
-    /** set() with priority 8 */
+    /** set() with the default priority */
     CEvent(evlp_thread_str* thread, CEventCallback* cb, int fd, int flags);
     ~CEvent();
     CEvent(const CEvent&) = delete;
@@ -119,7 +125,8 @@ class ZOL_API CEvent {
     int set(evlp_thread_str* thread, CEventCallback* cb, int fd, int flags, unsigned char priority);
 
     /**
-     * Arms the event.
+     * Arms the event. A timer that is armed with the same delay in its own callback does not
+     * drift: the delay counts from the moment for which it was due.
      *
      * @param timeout  a duration, cut to whole milliseconds that must fit into 32 bits (a little
      *                 over 24 days). For a timer the delay; for a descriptor the time without
@@ -225,8 +232,11 @@ class CEventTimer<T, A1, NullType, NullType> {
     CEventTimer(CEventDest<T, void>* dest, typename Message::Function function, A1 argument)
         : m_message(dest, function, argument) {}
 
-    /** Opens the timer on a loop, with priority 8. @return not 0 exactly when it is open */
-    int open(evlp_thread_str* thread) { return m_event.set(thread, &m_message, -1, 0, 8); }
+    /** Opens the timer on a loop, with the default priority. @return not 0 exactly when it is open
+     */
+    int open(evlp_thread_str* thread) {
+        return m_event.set(thread, &m_message, -1, 0, CEvent::kDefaultPriority);
+    }
 
     /** Arms the timer. @return 0 or -1 */
     int add(const CTime& delay) {

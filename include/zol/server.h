@@ -25,8 +25,9 @@
  * Bursts of connections: the system queues 16 connections (30 before the first one was
  * accepted) while the loop is busy, see zol/sock.h. A server accepts one in each turn of its
  * loop, so keep callbacks short, and let clients that come in crowds spread out or try again.
- * When the process or the system runs out of descriptors, a server stops accepting and looks
- * ten times a second whether there are some again; connections wait in the queue meanwhile.
+ * When the process or the system runs out of descriptors or memory, or when the listening socket
+ * has been shut down, a server stops accepting and looks ten times a second whether it can go on;
+ * connections wait in the queue meanwhile.
  */
 
 #ifdef __cplusplus
@@ -57,11 +58,16 @@ class ZOL_API CServer : public CEventCallback {
     CServer(const CServer&) = delete;
     CServer& operator=(const CServer&) = delete;
 
-    /** Listens on a path, see xsock_open_unix_server(). @return false when that failed */
+    /**
+     * Listens on a path, see xsock_open_unix_server(), and opens the server on that socket.
+     *
+     * @param nonblock  better 1: a client that leaves before it is accepted blocks the loop else
+     * @return          false when there is no socket; that it could be watched is not looked at
+     */
     bool openUnixSocket(const char* path, int nonblock);
 
-    /** Listens on a TCP port, host byte order, see xsock_open_inet_server().
-     *  @return false when that failed */
+    /** The same on a TCP port, address and port in host byte order, see
+     *  xsock_open_inet_server(). */
     bool openIPv4Socket(unsigned int addr, unsigned short port, int nonblock);
 
     /** Not supported: @return false */
@@ -74,7 +80,7 @@ class ZOL_API CServer : public CEventCallback {
     int open(int fd);
 
     /** A client has connected: accepts it, logs "On connect" at priority 7. An `fd` of -1 ends a
-     *  pause after exhausted descriptors. @return negative when accepting failed; else not 0
+     *  pause after exhausted descriptors. @return what failed accepting returned; else not 0
      *  exactly when a connection was made */
     int onEvent(int fd, short events, CEvent* event) override;
 
@@ -93,7 +99,8 @@ class ZOL_API CServer : public CEventCallback {
      */
     virtual void onReceiveData(CConnection& connection);
 
-    /** The peer has gone or reading failed. Unless overridden: deleteConnection(). */
+    /** The peer has gone or reading failed. Unless overridden: deleteConnection(). Who overrides
+     *  it deletes the connection or closes it: it is reported again in every turn else. */
     virtual void onConnectionClosed(CConnection& connection);
 
     /** Takes the connection out of the list and destroys it. @return 0; -1 for one that is not in
@@ -129,7 +136,8 @@ class ZOL_API CConnection : public CListElem<CConnection>, public CEventCallback
      * @param fd      owned from now on
      *
      * An IPv6 socket whose local address begins with "::ffff:" counts as IPv4. Logs "New ...
-     * connection" at priority 6.
+     * connection" at priority 6. A socket that cannot be watched, for want of memory, is not
+     * noticed here: give a connection that matters a timer.
      */
     CConnection(CServer& server, int fd);
 
@@ -187,14 +195,15 @@ class ZOL_API CClient : public CEventCallback {
     CClient(const CClient&) = delete;
     CClient& operator=(const CClient&) = delete;
 
-    /** Connects to a path, see xsock_open_unix_client(). @return false when that failed */
+    /** Connects to a path, see xsock_open_unix_client(), and opens the client on that socket.
+     *  @return false when there is no connection; that it is watched is not looked at */
     bool openUnix(const char* path, int nonblock);
 
-    /** Connects to a TCP port, host byte order, see xsock_open_inet_client().
-     *  @return false when that failed */
+    /** The same to a TCP port, host byte order, see xsock_open_inet_client(). */
     bool openIPv4(const char* host, unsigned short port, int nonblock);
 
-    /** Watches a connected socket, owned from now on. @return 0; -1 when it cannot be watched */
+    /** Watches a connected socket, owned from now on; closes the one it had before.
+     *  @return 0; -1 when it cannot be watched */
     int open(int fd);
 
     /** Ends the watching and closes the socket. @return close(2): -1 also for a client that is

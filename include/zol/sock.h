@@ -32,7 +32,8 @@ ZOL_API int xsock_peek(int fd);
 /**
  * Listens on a path of the file system; a file that is there already is removed first.
  *
- * @param path  up to 107 bytes; what exceeds 108 is cut off
+ * @param path  up to 108 bytes; the socket's name is cut off there. (Of a longer path the whole is
+ *              removed, not the name that was cut: listening on it a second time fails.)
  *
  * The backlog is 16: of clients that connect at the same moment, those beyond are made to wait
  * (or refused with EAGAIN when they do not block) until connections have been accepted. Logs

@@ -1,119 +1,16 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 
-// What the classes ask of the event-loop service, call by call. The service is a fake one that
-// this program defines itself: it writes down each call and answers what the test wants.
+// What the classes ask of the event-loop service, call by call.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdarg.h>
-#include <stdio.h>
 #include <string>
 #include <vector>
 
-#include "evlp/evlp.h"
 #include "zol/event.h"
 
-namespace {
-
-std::vector<std::string> calls;
-int answer = 0;           // of functions that return int
-bool refuseOpen = false;  // open functions return null
-void (*openedFn)(void*);
-void (*openedFdFn)(void*, int);
-void* openedUser;
-
-char loopBytes;
-char contextBytes;
-
-evlp_thread_str* theLoop() {
-    return reinterpret_cast<evlp_thread_str*>(&loopBytes);
-}
-
-evlp_ctx_str* theContext() {
-    return refuseOpen ? nullptr : reinterpret_cast<evlp_ctx_str*>(&contextBytes);
-}
-
-__attribute__((format(printf, 1, 2))) int called(const char* format, ...) {
-    char text[200];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    calls.push_back(text);
-    return answer;
-}
-
-}  // namespace
-
-extern "C" {
-
-int evlp_initialize(int a, int b, int c, int d) {
-    return called("initialize %d %d %d %d", a, b, c, d);
-}
-evlp_thread_str* evlp_openThreadInt(const char* name, int a, int b, int c, int d, int e, int f) {
-    called("openThread %s %d %d %d %d %d %d", name, a, b, c, d, e, f);
-    return theLoop();
-}
-int evlp_startThread(evlp_thread_str* loop) {
-    return called("startThread %d", loop == theLoop());
-}
-int evlp_stopThread(evlp_thread_str* loop) {
-    return called("stopThread %d", loop == theLoop());
-}
-int evlp_closeThread(evlp_thread_str* loop) {
-    return called("closeThread %d", loop == theLoop());
-}
-evlp_ctx_str* fd_openCtx(evlp_thread_str*, evlp_fd_fn fn, void* user, int fd, int mode,
-                         unsigned char priority) {
-    openedFdFn = fn;
-    openedUser = user;
-    called("fd_open fd=%d mode=%d priority=%d", fd, mode, priority);
-    return theContext();
-}
-int fd_startCtx(evlp_ctx_str*, int ms) {
-    return called("fd_start %d", ms);
-}
-int fd_stopCtx(evlp_ctx_str*) {
-    return called("fd_stop");
-}
-int fd_closeCtx(evlp_ctx_str*) {
-    return called("fd_close");
-}
-evlp_ctx_str* timer_openCtx(evlp_thread_str*, evlp_fn fn, void* user, int options,
-                            unsigned char priority) {
-    openedFn = fn;
-    openedUser = user;
-    called("timer_open options=%d priority=%d", options, priority);
-    return theContext();
-}
-int timer_startCtx(evlp_ctx_str*, int64_t ms) {
-    return called("timer_start %lld", static_cast<long long>(ms));
-}
-int timer_stopCtx(evlp_ctx_str*) {
-    return called("timer_stop");
-}
-int timer_closeCtx(evlp_ctx_str*) {
-    return called("timer_close");
-}
-evlp_ctx_str* sig_openCtx(evlp_thread_str*, evlp_fn fn, void* user, int signum,
-                          unsigned char priority) {
-    openedFn = fn;
-    openedUser = user;
-    called("sig_open signum=%d priority=%d", signum, priority);
-    return theContext();
-}
-int sig_startCtx(evlp_ctx_str*) {
-    return called("sig_start");
-}
-int sig_stopCtx(evlp_ctx_str*) {
-    return called("sig_stop");
-}
-int sig_closeCtx(evlp_ctx_str*) {
-    return called("sig_close");
-}
-
-}  // extern "C"
+#include "support/fake_service.h"
 
 namespace {
 
@@ -137,18 +34,10 @@ struct Recorder : zol::CEventCallback {
 
 class Service : public testing::Test {
   protected:
-    Service() {
-        calls.clear();
-        answer = 0;
-        refuseOpen = false;
-    }
+    Service() { FakeService::reset(); }
 
-    // What the calls since the last question were.
-    static std::vector<std::string> takeCalls() {
-        std::vector<std::string> taken;
-        taken.swap(calls);
-        return taken;
-    }
+    static std::vector<std::string> takeCalls() { return FakeService::takeCalls(); }
+    static evlp_thread_str* theLoop() { return FakeService::loop(); }
 
     Recorder callback;
 };
@@ -168,17 +57,27 @@ TEST_F(Loop, InitialisesTheServiceAndOpensOneThread) {
 }
 
 TEST_F(Loop, IgnoresThatInitialisingFails) {
-    answer = -1;
+    FakeService::answer = -1;
 
     const zol::CEventLoop loop;
 
     EXPECT_EQ(theLoop(), loop.getThread());
 }
 
+TEST_F(Loop, IgnoresThatItsThreadCannotBeOpened) {
+    FakeService::refusesOpen = true;
+    zol::CEventLoop loop;
+    FakeService::answer = -1;
+
+    EXPECT_EQ(nullptr, loop.getThread());
+    EXPECT_EQ(-1, loop.loop(0, 0));
+    EXPECT_EQ(-1, loop.exitLoop());
+}
+
 TEST_F(Loop, ClosesItsThreadAtTheEnd) {
     { const zol::CEventLoop loop; }
 
-    EXPECT_EQ("closeThread 1", calls.back());
+    EXPECT_EQ("closeThread 1", FakeService::calls.back());
 }
 
 TEST_F(Loop, RunsAndLeavesThroughTheService) {
@@ -195,7 +94,7 @@ TEST_F(Loop, FoldsFailuresOfTheServiceIntoMinusOne) {
     zol::CEventLoop loop;
 
     for (const int failure : {-1, 1, 22}) {
-        answer = failure;
+        FakeService::answer = failure;
         EXPECT_EQ(-1, loop.loop(0, 0));
         EXPECT_EQ(-1, loop.exitLoop());
     }
@@ -207,7 +106,7 @@ TEST_F(Loop, DoesNotSupportPriorityCounts) {
 
     EXPECT_EQ(-1, loop.setPriorityCount(3));
 
-    EXPECT_THAT(calls, IsEmpty());
+    EXPECT_THAT(takeCalls(), IsEmpty());
 }
 
 TEST_F(Loop, HasFlatFunctions) {
@@ -216,7 +115,7 @@ TEST_F(Loop, HasFlatFunctions) {
     takeCalls();
 
     EXPECT_EQ(0, xeventloop_loop(loop));
-    answer = 1;
+    FakeService::answer = 1;
     EXPECT_EQ(-1, xeventloop_loop(loop));
     xeventloop_free(loop);
     xeventloop_free(nullptr);
@@ -231,7 +130,7 @@ TEST_F(Event, ThatIsEmptyCallsNothing) {
         CEvent event;
         EXPECT_EQ(0, event.reset());
     }
-    EXPECT_THAT(calls, IsEmpty());
+    EXPECT_THAT(takeCalls(), IsEmpty());
 }
 
 TEST_F(Event, OpensADescriptorWithItsMode) {
@@ -247,7 +146,16 @@ TEST_F(Event, OpensADescriptorWithItsMode) {
                 ElementsAre("fd_open fd=7 mode=1 priority=3", "fd_open fd=7 mode=2 priority=8",
                             "fd_open fd=7 mode=3 priority=8", "fd_open fd=7 mode=1 priority=255",
                             "fd_open fd=0 mode=0 priority=0"));
-    EXPECT_EQ(&event, openedUser);
+    EXPECT_EQ(&event, FakeService::user);
+}
+
+TEST_F(Event, AnswersTheContextItselfWhereAnIntHasRoomForIt) {
+    CEvent event;
+
+    const int result = event.set(theLoop(), &callback, 7, CEvent::kRead, 3);
+
+    const auto word = reinterpret_cast<intptr_t>(FakeService::context());
+    EXPECT_EQ(sizeof(void*) == sizeof(int) ? static_cast<int>(word) : 1, result);
 }
 
 TEST_F(Event, OpensATimerForDescriptorMinusOne) {
@@ -275,14 +183,14 @@ TEST_F(Event, IsOpenedByItsConstructorWithPriority8) {
 }
 
 TEST_F(Event, ThatCannotBeOpenedAnswersZeroAndIsEmpty) {
-    refuseOpen = true;
+    FakeService::refusesOpen = true;
     CEvent event;
 
     EXPECT_EQ(0, event.set(theLoop(), &callback, 7, CEvent::kRead, 8));
     takeCalls();
 
     EXPECT_EQ(0, event.reset());
-    EXPECT_THAT(calls, IsEmpty());
+    EXPECT_THAT(takeCalls(), IsEmpty());
 }
 
 TEST_F(Event, OfASignalHasAClassOfItsOwn) {
@@ -375,14 +283,14 @@ TEST_F(Event, FoldsFailuresOfTheServiceIntoMinusOne) {
     for (const int fd : {5, -1}) {
         for (const int flags : {0, static_cast<int>(CEvent::kSignal)}) {
             CEvent event(theLoop(), &callback, fd, flags);
-            answer = 22;
+            FakeService::answer = 22;
             EXPECT_EQ(-1, event.add(CTime(0)));
             EXPECT_EQ(-1, event.remove());
             EXPECT_EQ(-1, event.reset());
             takeCalls();
             EXPECT_EQ(0, event.reset());  // closed all the same
             EXPECT_THAT(takeCalls(), IsEmpty());
-            answer = 0;
+            FakeService::answer = 0;
         }
     }
 }
@@ -394,7 +302,7 @@ TEST_F(Event, DoesNotSupportPrioritiesAndActivation) {
     EXPECT_EQ(-1, event.setPriority(1));
     EXPECT_EQ(-1, event.active(1));
 
-    EXPECT_THAT(calls, IsEmpty());
+    EXPECT_THAT(takeCalls(), IsEmpty());
 }
 
 TEST(EventLayout, HasFourWordsOn32Bits) {
@@ -409,8 +317,8 @@ TEST(EventLayout, HasFourWordsOn32Bits) {
 TEST_F(EventCallback, IsNotToldWhetherTheDescriptorCanBeReadOrWritten) {
     CEvent event(theLoop(), &callback, 5, CEvent::kRead | CEvent::kWrite);
 
-    openedFdFn(openedUser, 5);
-    openedFdFn(openedUser, -1);
+    FakeService::fdFn(FakeService::user, 5);
+    FakeService::fdFn(FakeService::user, -1);
 
     ASSERT_EQ(2U, callback.received.size());
     EXPECT_EQ(5, callback.received[0].fd);
@@ -421,9 +329,9 @@ TEST_F(EventCallback, IsNotToldWhetherTheDescriptorCanBeReadOrWritten) {
 
 TEST_F(EventCallback, OfTimersAndSignalsGetsDescriptorMinusOne) {
     CEvent timer(theLoop(), &callback, -1, 0);
-    openedFn(openedUser);
+    FakeService::fn(FakeService::user);
     CEvent signal(theLoop(), &callback, 15, CEvent::kSignal);
-    openedFn(openedUser);
+    FakeService::fn(FakeService::user);
 
     ASSERT_EQ(2U, callback.received.size());
     EXPECT_EQ(-1, callback.received[0].fd);
@@ -459,7 +367,7 @@ TEST_F(EventCallback, OfATimerCallsTheMemberFunctionAndIsArmedAgain) {
 
     EXPECT_NE(0, timer.open(theLoop()));
     EXPECT_EQ(0, timer.add(CTime(60000000)));
-    openedFn(openedUser);
+    FakeService::fn(FakeService::user);
     timer.add(CTime(1000));
     timer.remove();
 

@@ -319,6 +319,18 @@ TEST_F(Connection, WhoseDataIsNotReadReportsItAgain) {
     EXPECT_EQ(3, server.reports);
 }
 
+TEST_F(Connection, OfAServerThatDoesNotReadReportsItsDataAgain) {
+    CServer server(runner.thread(), "test");
+    int client = -1;
+    addPair(server, &client);
+    ASSERT_EQ(1, write(client, "x", 1));
+    SocketCalls calls;
+
+    runner.runUntil([&] { return calls.count("recv peek") >= 3; });
+
+    EXPECT_EQ(1, xlist_get_count(&server.getConnections()));
+}
+
 TEST_F(Connection, IsDestroyedWhenThePeerCloses) {
     const int id = nextId();
     TestServer server(runner.thread(), "test");
@@ -559,6 +571,36 @@ TEST_F(Connection, OfAnIpv4MappedAddressCountsAsIpv4) {
     close(client);
 }
 
+// What the two ends of a socket claim to be can be made up, see SocketCalls.
+struct MadeUpEnds {
+    const char* local;
+    const char* peer;
+    int family;
+    const char* localText;
+    const char* peerText;
+};
+
+TEST_F(Connection, LooksAtTheLocalAddressAloneToFindMappedOnes) {
+    const MadeUpEnds cases[] = {
+        {"::ffff:192.0.2.1", "::ffff:192.0.2.7", AF_INET, "192.0.2.1", "192.0.2.7"},
+        {"::ffff:192.0.2.1", "2001:db8::ffff:1", AF_INET, "192.0.2.1", "2001:db81"},
+        {"::1", "::ffff:192.0.2.7", AF_INET6, "::1", "::ffff:192.0.2.7"},
+        {"fe80::ffff:1", "fe80::2", AF_INET6, "fe80::ffff:1", "fe80::2"}};
+    for (const MadeUpEnds& ends : cases) {
+        TestServer server(runner.thread(), "test");
+        SocketCalls calls;
+        calls.localIp6 = ends.local;
+        calls.peerIp6 = ends.peer;
+        int client = -1;
+
+        const CConnection* const c = addPair(server, &client);
+
+        EXPECT_EQ(ends.family, c->getFamily());
+        EXPECT_STREQ(ends.localText, c->getLocalAddr());
+        EXPECT_STREQ(ends.peerText, c->getPeerAddr());
+    }
+}
+
 // --- exhausted descriptors ---
 
 // Lets the process have no more descriptors than it has now.
@@ -655,6 +697,19 @@ TEST_F(Server, ThatPausesCanBeDestroyedAndOpenedAgain) {
     openServer(server);
     connectClient();
     runner.runUntil([&] { return server.connections() == 1; });
+}
+
+TEST_F(Server, ThatCannotListenAfterAPausePausesAgain) {
+    TestServer server(runner.thread(), "test");
+    openServer(server);
+    connectClient();
+    SocketCalls calls;
+    calls.failNth("accept", 1, ENOMEM);
+    calls.failNth("watch", 1, ENOMEM);
+
+    runner.runUntil([&] { return server.connections() == 1; });
+
+    EXPECT_GE(calls.count("socket"), 2);
 }
 
 TEST_F(Server, DoesNotPauseForAClientThatWentAway) {
@@ -757,6 +812,25 @@ TEST_F(Client, OpenAnswersWhetherTheSocketIsWatched) {
 
     EXPECT_EQ(-1, client.open(open("/etc/passwd", 0)));  // a file cannot be watched
     EXPECT_EQ(0, client.close());
+}
+
+TEST_F(Client, OpenedAgainClosesTheSocketItHad) {
+    int first[2];
+    int second[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, first));
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, second));
+    {
+        TestClient client(runner.thread());
+        ASSERT_EQ(0, client.open(first[0]));
+        ASSERT_EQ(0, client.open(second[0]));
+
+        EXPECT_EQ(0, xsock_peek(first[1]));
+        ASSERT_EQ(1, write(second[1], "x", 1));
+        runner.runUntil([&] { return client.received == "x"; });
+    }
+    EXPECT_EQ(0, xsock_peek(second[1]));
+    close(first[1]);
+    close(second[1]);
 }
 
 TEST_F(Client, ClosesItsSocketWhenItIsDestroyed) {

@@ -3,6 +3,7 @@
 #include "support/socket_calls.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -11,6 +12,8 @@
 #include <netinet/tcp.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <string.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -57,6 +60,18 @@ Function next(const char* name) {
 // The name behind fcntl where file offsets have 64 bits.
 const char* const kFcntl = sizeof(void*) == 4 ? "fcntl64" : "fcntl";
 
+int makeUp(const std::string& ip6, sockaddr* address, socklen_t* length) {
+    sockaddr_in6 result = {};
+    result.sin6_family = AF_INET6;
+    if (inet_pton(AF_INET6, ip6.c_str(), &result.sin6_addr) != 1 || *length < sizeof result) {
+        errno = EINVAL;
+        return -1;
+    }
+    memcpy(address, &result, sizeof result);
+    *length = sizeof result;
+    return 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -101,9 +116,28 @@ int accept4(int fd, sockaddr* address, socklen_t* length, int flags) {
     return real(fd, address, length, flags);
 }
 
+int epoll_ctl(int epoll, int operation, int fd, epoll_event* event) noexcept {
+    if (operation == EPOLL_CTL_ADD && SocketCalls::mustFail("watch")) {
+        return -1;
+    }
+    static const auto real = next<int (*)(int, int, int, epoll_event*)>("epoll_ctl");
+    return real(epoll, operation, fd, event);
+}
+
+int getsockname(int fd, sockaddr* address, socklen_t* length) noexcept {
+    if (SocketCalls::current != nullptr && !SocketCalls::current->localIp6.empty()) {
+        return makeUp(SocketCalls::current->localIp6, address, length);
+    }
+    static const auto real = next<int (*)(int, sockaddr*, socklen_t*)>("getsockname");
+    return real(fd, address, length);
+}
+
 int getpeername(int fd, sockaddr* address, socklen_t* length) noexcept {
     if (SocketCalls::mustFail("getpeername", std::to_string(*length))) {
         return -1;
+    }
+    if (SocketCalls::current != nullptr && !SocketCalls::current->peerIp6.empty()) {
+        return makeUp(SocketCalls::current->peerIp6, address, length);
     }
     static const auto real = next<int (*)(int, sockaddr*, socklen_t*)>("getpeername");
     return real(fd, address, length);

@@ -9,9 +9,14 @@
 // Watches the socket calls of the code under test, and makes them fail. The test program defines
 // the functions itself, see socket_calls.cc, and passes them on to the C library.
 struct SocketCalls {
-    // Calls in order, for instance "listen 16", "bind 110", "setfd", "nonblock", "connect 16",
-    // "getpeername 112", "unlink", "resolve", "accept"; option calls as "reuseaddr", "nodelay".
+    // Calls in order, for instance "listen 16", "bind 110", "setfd", "setfl", "connect 16",
+    // "getpeername 2", "unlink", "resolve NAME", "accept", "recv peek", "watch" (EPOLL_CTL_ADD);
+    // options as "reuseaddr", "nodelay".
     std::vector<std::string> calls;
+
+    // Where set, sockets claim to have these IPv6 addresses.
+    std::string localIp6;
+    std::string peerIp6;
 
     // The n-th next call with this name fails with `error`; n counts from 1.
     void failNth(const std::string& name, int n, int error);
