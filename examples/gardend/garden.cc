@@ -52,8 +52,8 @@ bool CGarden::start(evlp_thread_str* thread, const zol::CTime& period) {
     return m_tick.open(thread) != 0 && m_tick.add(period) == 0;
 }
 
-// A timer fires once. The loop counts the delay of one that is armed again in its own callback
-// from the moment for which it was due, so the ticks do not drift.
+// A timer fires once. The loop counts the delay of one that is armed again in its own callback, with
+// the same delay, from the moment for which it was due, so the ticks do not drift.
 void CGarden::onTick(int) {
     advance(m_tick.getDelay());
     if (m_tick.add(m_tick.getDelay()) != 0) {
