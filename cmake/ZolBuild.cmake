@@ -24,7 +24,6 @@ if(ZOL_WERROR)
     target_compile_options(zol_build_flags INTERFACE -Werror)
 endif()
 if(ZOL_SANITIZE)
-    # zol_force() frees an array with plain delete on purpose; g++ sees through it.
     target_compile_options(
         zol_build_flags INTERFACE -fsanitize=${ZOL_SANITIZE} -fno-sanitize-recover=all
                                   -fno-omit-frame-pointer

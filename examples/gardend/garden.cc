@@ -15,6 +15,13 @@ int64_t within(int64_t low, int64_t value, int64_t high) {
     return value > high ? high : value;
 }
 
+// Goes on evenly whatever happens to the calendar clock.
+zol::CTime monotonicTime() {
+    timespec time = {};
+    (void)clock_gettime(CLOCK_MONOTONIC, &time);
+    return zol::CTime(int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000);
+}
+
 void advanceZone(Zone& zone, int64_t passedUs) {
     if (zone.open) {
         zone.nanolitres += zone.flow * passedUs;
@@ -49,13 +56,17 @@ void CGarden::addZone(const char* name, int moisturePermille, int flow) {
 }
 
 bool CGarden::start(evlp_thread_str* thread, const zol::CTime& period) {
+    m_lastTick = monotonicTime();
     return m_tick.open(thread) != 0 && m_tick.add(period) == 0;
 }
 
-// A timer fires once. The loop counts the delay of one that is armed again in its own callback, with
-// the same delay, from the moment for which it was due, so the ticks do not drift.
+// A timer fires once. The loop counts the delay of one that is armed again in its own callback,
+// with the same delay, from the moment for which it was due, so the ticks do not drift. It does not
+// make up for ticks that were missed, though: how much time has passed is for the clock to say.
 void CGarden::onTick(int) {
-    advance(m_tick.getDelay());
+    const zol::CTime now = monotonicTime();
+    advance(now - m_lastTick);
+    m_lastTick = now;
     if (m_tick.add(m_tick.getDelay()) != 0) {
         syslog(LOG_ERR, "the garden's clock has stopped");
         closeAllValves();

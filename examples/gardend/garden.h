@@ -68,6 +68,7 @@ class CGarden : public zol::CEventDest<CGarden, void> {
     void onTick(int);
 
     zol::CTab<Zone> m_zones;
+    zol::CTime m_lastTick;
     zol::CEventTimer<CGarden, int> m_tick{this, &CGarden::onTick, 0};
 };
 

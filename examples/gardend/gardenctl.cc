@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include "zol/sock.h"
@@ -65,7 +66,7 @@ int showAnswer(FILE* answer) {
     char line[512];
     while (fgets(line, sizeof(line), answer) != nullptr) {
         if (strcmp(line, "OK\n") == 0) {
-            return kOk;
+            return fflush(stdout) == 0 ? kOk : kFailed;
         }
         if (strncmp(line, "ERROR ", 6) == 0) {
             (void)fprintf(stderr, "gardenctl: %s", line + 6);
@@ -121,6 +122,10 @@ int main(int argc, char** argv) {
             return complainAboutUsage();
         }
         path = optarg;
+    }
+    if (strlen(path) >= sizeof(sockaddr_un::sun_path)) {
+        (void)fprintf(stderr, "gardenctl: %s: too long for a socket\n", path);
+        return kUsage;
     }
 
     zol::CStr request;

@@ -50,13 +50,18 @@ bool hasControl(const char* bytes, int size) {
     return false;
 }
 
-zol::CStr withoutBlanksAround(const char* text) {
+struct Span {
+    const char* begin;
+    int length;
+};
+
+Span withoutBlanksAround(const char* text) {
     const char* const begin = text + strspn(text, " \t");
     size_t length = strlen(begin);
     while (length > 0 && strchr(" \t", begin[length - 1]) != nullptr) {
         --length;
     }
-    return zol::CStr(begin, static_cast<int>(length));
+    return {begin, static_cast<int>(length)};
 }
 
 // Looks for a word in a list like "upgrade, close".
@@ -119,7 +124,10 @@ void CHttpParser::parseLine() {
     if (length > 0 && m_line.get()[length - 1] == '\r') {
         --length;
     }
-    const zol::CStr line(m_line.get(), length);
+    zol::CStr line;
+    if (!copy(line, m_line.get(), length)) {
+        return;
+    }
 
     if (line.find("\r") >= 0) {
         fail(400);
@@ -142,8 +150,11 @@ void CHttpParser::parseRequestLine(const zol::CStr& line) {
         fail(400);
         return;
     }
-    const zol::CStr target(line.get() + methodEnd + 1, targetEnd - methodEnd - 1);
-    m_request.method.set(line.get(), methodEnd);
+    zol::CStr target;
+    if (!copy(target, line.get() + methodEnd + 1, targetEnd - methodEnd - 1) ||
+        !copy(m_request.method, line.get(), methodEnd)) {
+        return;
+    }
     if (!isToken(m_request.method.get()) || !parseTarget(target.get())) {
         fail(400);
         return;
@@ -162,9 +173,10 @@ bool CHttpParser::parseTarget(const char* target) {
             return false;
         }
     }
-    m_request.path.set(path, static_cast<int>(strcspn(path, "?")));
-    if (absolute && m_request.path.isEmpty()) {
-        m_request.path = "/";
+    const auto pathLength = static_cast<int>(strcspn(path, "?"));
+    const bool root = absolute && pathLength == 0;
+    if (!copy(m_request.path, root ? "/" : path, root ? 1 : pathLength)) {
+        return false;
     }
     return isVisible(target) && (*m_request.path.get() == '/' || strcmp(target, "*") == 0);
 }
@@ -183,13 +195,20 @@ void CHttpParser::parseVersion(const char* version) {
 
 void CHttpParser::parseField(const zol::CStr& line) {
     const int colon = line.find(":");
-    const zol::CStr name(line.get(), colon < 0 ? 0 : colon);
+    zol::CStr name;
+    if (!copy(name, line.get(), colon < 0 ? 0 : colon)) {
+        return;
+    }
     if (!isToken(name.get())) {
         fail(400);
         return;
     }
 
-    const zol::CStr value = withoutBlanksAround(line.get() + colon + 1);
+    const Span span = withoutBlanksAround(line.get() + colon + 1);
+    zol::CStr value;
+    if (!copy(value, span.begin, span.length)) {
+        return;
+    }
     const char* const text = value.get();
     if (strcasecmp(name.get(), "Host") == 0) {
         ++m_hostCount;
@@ -232,13 +251,23 @@ void CHttpParser::endHead() {
         fail(m_contentLength < 0 ? 501 : 400);
     } else if (m_contentLength > kMaxBodySize) {
         fail(413);
-    } else if (m_hasExpectation && m_contentLength > 0) {
+    } else if (m_hasExpectation && m_minorVersion > 0 && m_contentLength > 0) {
         fail(417);
     } else {
         m_request.keepAlive = !m_close && (m_minorVersion > 0 || m_keepAlive);
         m_bodyLeft = m_contentLength > 0 ? m_contentLength : 0;
         m_state = m_bodyLeft > 0 ? kIncomplete : kComplete;
     }
+}
+
+// Keeps a part of the request. A part that is lost must not change what the request says.
+// @return false, the parser having failed, when there is no memory
+bool CHttpParser::copy(zol::CStr& to, const char* text, int length) {
+    if (to.set(text, length).getLength() != length) {
+        fail(503);
+        return false;
+    }
+    return true;
 }
 
 int CHttpParser::skipBody(int size) {

@@ -68,6 +68,7 @@ class CHttpParser {
     void parseContentLength(const char* value);
     void endHead();
     int skipBody(int size);
+    bool copy(zol::CStr& to, const char* text, int length);
     void fail(int status);
 
     State m_state = kIncomplete;

@@ -8,6 +8,7 @@
 // pieces together and ends them.
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>
@@ -40,11 +41,14 @@ bool isPathFree(const char* path) {
         return false;
     }
     const int fd = xsock_open_unix_client(path, 1);
+    if (fd < 0 && (errno == ECONNREFUSED || errno == ENOENT)) {
+        return true;  // left over by a daemon that is gone
+    }
     if (fd >= 0) {
         (void)close(fd);
-        (void)fprintf(stderr, "gardend: another one listens on %s\n", path);
     }
-    return fd < 0;
+    (void)fprintf(stderr, "gardend: another one listens on %s\n", path);
+    return false;
 }
 
 /** The whole of the daemon. Members are destroyed from the last to the first. */

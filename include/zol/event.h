@@ -60,7 +60,8 @@ class ZOL_API CEventLoop {
     /** Runs the loop until exitLoop(); both arguments are ignored. @return 0 or -1 */
     int loop(int, int);
 
-    /** Ends loop(), also one that has not begun yet. From any thread. @return 0 or -1 */
+    /** Ends loop(), also one that has not begun yet. From any thread, and from signal
+     *  handlers. @return 0 or -1 */
     int exitLoop();
 
     /** Not supported: @return -1 */

@@ -7,9 +7,15 @@
 set -uo pipefail
 
 PATH=$(cd "$1" && pwd):$PATH
-folder=$(mktemp -d)
-trap 'kill "$daemon" 2>/dev/null; rm -rf "$folder"' EXIT
+daemon=
+folder=$(mktemp -d) || exit 1
+trap 'kill $daemon 2>/dev/null; rm -rf "$folder"' EXIT
 failures=0
+
+# As everybody has it: no proxy, no settings of the person who runs this.
+curl() {
+    command curl -q --noproxy '*' "$@"
+}
 
 # Shows a command and its answer, which has to match a pattern.
 expect() {  # EXIT_STATUS PATTERN COMMAND
@@ -31,7 +37,7 @@ repeat_until() {  # PATTERN COMMAND
     done
 }
 
-mkfifo "$folder/output"
+mkfifo "$folder/output" || exit 1
 printf '$ gardend --listen 127.0.0.1:0 --socket control --tick 20\n'
 timeout 300 gardend --listen 127.0.0.1:0 --socket "$folder/control" --tick 20 >"$folder/output" &
 daemon=$!
