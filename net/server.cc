@@ -129,9 +129,8 @@ void CServer::pauseAccepting() {
 }
 
 void CServer::resumeAccepting() {
-    if (!descriptorsAreLeft()) {
-        (void)m_event.add(kPause);  // cannot fail for a timer that has just fired
-    } else if (listenForConnections() != 0) {
+    const int result = descriptorsAreLeft() ? listenForConnections() : m_event.add(kPause);
+    if (result != 0) {
         pauseAccepting();
     }
 }

@@ -49,7 +49,7 @@ int CControlDialog::take(const char* bytes, int size, CText& answer, bool& last)
         end == nullptr ? size : static_cast<int>(static_cast<const char*>(end) - bytes);
     m_line.add(bytes, length);
     if (m_line.getLength() >= kMaxControlLine || !m_line.isWhole()) {
-        answer.add("ERROR the line is too long\n");
+        answer.add(m_line.isWhole() ? "ERROR the line is too long\n" : "ERROR no memory\n");
         last = true;
         return size;
     }
