@@ -14,13 +14,6 @@ constexpr uint32_t kNoPlace = UINT32_MAX;
 constexpr uint32_t kLeastCapacity = 64;
 constexpr uint32_t kChildren = 4;
 
-bool isBefore(const Deadlines::Entry& a, const Deadlines::Entry& b) {
-    if (a.due != b.due) {
-        return a.due < b.due;
-    }
-    return static_cast<int32_t>(a.order - b.order) < 0;
-}
-
 }  // namespace
 
 Deadlines::~Deadlines() {

@@ -50,6 +50,16 @@ class Deadlines {
         uint32_t order;  // of arming; wraps around
     };
 
+    /** @param place  of a context that has a deadline */
+    const Entry& at(uint32_t place) const { return m_entries[place]; }
+
+    static bool isBefore(const Entry& a, const Entry& b) {
+        if (a.due != b.due) {
+            return a.due < b.due;
+        }
+        return static_cast<int32_t>(a.order - b.order) < 0;
+    }
+
   private:
     void put(uint32_t place, const Entry& entry);
     void settle(uint32_t place, const Entry& entry);

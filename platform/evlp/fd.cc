@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 #include <errno.h>
-#include <fcntl.h>
 #include <string.h>
 #include <time.h>
 #include <unistd.h>
 
 #include "evlp/evlp.h"
 
+#include "kernel.h"
 #include "loop.h"
 
 // Descriptors, and what the kernel is told about them.
@@ -45,7 +45,7 @@ int control(const evlp_thread_str* loop, int epoll, int operation, int fd, unsig
         event.events |= EPOLLOUT;
     }
     event.data.u64 = uint64_t{loop->slots[fd].generation} << 32 | static_cast<uint32_t>(fd);
-    return epoll_ctl(epoll, operation, fd, &event);
+    return controlEpoll(loop, epoll, operation, fd, &event);
 }
 
 void append(Slot& slot, Descriptor* descriptor) {
@@ -107,7 +107,7 @@ int reserveSlot(evlp_thread_str* loop, int fd) {
     if (index < loop->slotCount) {
         return 0;
     }
-    if (fcntl(fd, F_GETFD) < 0) {
+    if (!isOpen(fd)) {
         return -1;  // no table up to numbers that are not in use
     }
     size_t count = loop->slotCount == 0 ? kFirstSlots : loop->slotCount;
@@ -241,7 +241,7 @@ int createEpoll(const evlp_thread_str* loop) {
     epoll_event event = {};
     event.events = EPOLLIN | EPOLLET;
     event.data.u64 = kWakeupReport;
-    if (epoll_ctl(epoll, EPOLL_CTL_ADD, loop->wakeup, &event) < 0) {
+    if (controlEpoll(loop, epoll, EPOLL_CTL_ADD, loop->wakeup, &event) < 0) {
         const int error = errno;
         (void)close(epoll);
         return fail(error);

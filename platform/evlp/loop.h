@@ -69,12 +69,14 @@ class SignalSet {
 
     /** Empties the set. @return what was in it: signal n is bit n - 1 */
     uint64_t take() {
-        if ((m_words[0].load() | m_words[1].load()) == 0) {
+        if (isEmpty()) {
             return 0;
         }
         const uint64_t low = m_words[0].exchange(0);
         return low | uint64_t{m_words[1].exchange(0)} << 32;
     }
+
+    bool isEmpty() const { return (m_words[0].load() | m_words[1].load()) == 0; }
 
   private:
     static unsigned word(int signum) { return static_cast<unsigned>(signum - 1) / 32; }
@@ -186,7 +188,6 @@ void wake(const evlp_thread_str* loop);
 
 // Time in whole milliseconds: what is measured is never early when it starts at the end of the
 // present millisecond and is over at the start of one.
-timespec now();
 int64_t startOfMs(const timespec& time);
 int64_t endOfMs(const timespec& time);
 

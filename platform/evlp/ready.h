@@ -87,6 +87,9 @@ class ReadyQueue {
         return nullptr;
     }
 
+    /** The ring of one priority, in calling order. */
+    const Link& ring(unsigned char priority) const { return m_rings[priority]; }
+
   private:
     Link m_rings[256];
     uint32_t m_used[8] = {};  // a bit for each ring that may hold something

@@ -8,6 +8,7 @@
 
 #include "evlp/evlp.h"
 
+#include "kernel.h"
 #include "loop.h"
 
 // Signals, caught by a handler that leaves a note with every loop that listens and wakes it. A
@@ -70,7 +71,7 @@ void handle(int signum) {
     handlersRunning.fetch_add(1);
     if (!deliver(signum)) {
         // Comes again with the disposition that a child should have, once we have returned.
-        (void)sigaction(signum, &dispositions[signum].suspended, nullptr);
+        restoreHandler(signum, &dispositions[signum].suspended);
         (void)raise(signum);
     }
     handlersRunning.fetch_sub(1);
@@ -86,7 +87,7 @@ int suspendDisposition(int signum) {
     const Lock lock;
     Disposition& disposition = dispositions[signum];
     // Also for contexts after the first: a child may have given the signal up.
-    if (sigaction(signum, &ours, disposition.contexts == 0 ? &disposition.suspended : nullptr) <
+    if (setHandler(signum, &ours, disposition.contexts == 0 ? &disposition.suspended : nullptr) <
         0) {
         return -1;
     }
@@ -98,7 +99,7 @@ void resumeDisposition(int signum) {
     const Lock lock;
     Disposition& disposition = dispositions[signum];
     if (--disposition.contexts == 0) {
-        (void)sigaction(signum, &disposition.suspended, nullptr);
+        restoreHandler(signum, &disposition.suspended);
     }
 }
 

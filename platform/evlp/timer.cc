@@ -4,6 +4,7 @@
 
 #include "evlp/evlp.h"
 
+#include "kernel.h"
 #include "loop.h"
 
 using namespace evlp;
