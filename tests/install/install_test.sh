@@ -34,6 +34,18 @@ cmake -G Ninja -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREF
 cmake --build "$work/build" >/dev/null
 run "$work/build/consumer_c"
 run "$work/build/consumer_cc"
+run "$work/build/consumer_sim"
+
+echo "- the command evlp-sim"
+# Its timer is due after a millisecond, and time passes only when it is told to. (A preloaded
+# library is not what a sanitizer's runtime expects to find first.)
+evlp_sim=$stage/bin/evlp-sim
+ASAN_OPTIONS=verify_asan_link_order=0 "$evlp_sim" run --control "$work/clock" \
+    --date "2026-11-16 06:00:00" -- "$work/build/consumer_cc" >"$work/answer" &
+[ "$("$evlp_sim" --control "$work/clock" date)" = "2026-11-16 06:00:00" ]
+"$evlp_sim" --control "$work/clock" advance 1 || true  # it ends on the way, which is said
+wait $!
+run cat "$work/answer"
 
 echo "- pkg-config"
 pkg-config --validate "$pc"
@@ -45,5 +57,9 @@ flags="$(pkg-config --cflags --libs zol) -Wl,-rpath,$libdir"
 "$cc" -std=c99 "$@" "$source/tests/install/consumer/consumer.c" -o "$work/pc_c" $flags
 # shellcheck disable=SC2086
 "$cxx" -std=c++17 "$@" "$source/tests/install/consumer/consumer.cc" -o "$work/pc_cc" $flags
+# shellcheck disable=SC2086
+"$cc" -std=c99 "$@" "$source/tests/install/consumer/consumer_sim.c" -o "$work/pc_sim" \
+    -L"$libdir" -levlp_sim $flags
 run "$work/pc_c"
 run "$work/pc_cc"
+run "$work/pc_sim"
