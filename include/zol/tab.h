@@ -176,6 +176,7 @@ class CTab {
 };
 
 template <class T, int N, class H>
+// NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer
 const xabuf_def_s CTab<T, N, H>::_def = {sizeof(H), sizeof(T), N};
 
 template <class T, int N, class H>
@@ -221,6 +222,7 @@ int CTab<T, N, H>::insert(int index, const T& value) {
         return -1;
     }
     // Copied before its place is made: `value` may be an element that moves.
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer
     alignas(T) unsigned char bytes[sizeof(T)];
     T* const copy = new (bytes) T(value);
     const int after = xtab_insert(&m_table, &_def, position, 1, bytes);

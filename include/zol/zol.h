@@ -14,11 +14,13 @@
 #include "zol/list.h"
 #include "zol/log.h"
 #include "zol/sbuf.h"
+#include "zol/sched.h"
 #include "zol/server.h"
 #include "zol/sock.h"
 #include "zol/str.h"
 #include "zol/tab.h"
 #include "zol/time.h"
+#include "zol/timer.h"
 #include "zol/version.h"
 
 #endif

@@ -380,6 +380,99 @@ TEST(AllocFaults, ServersAndClients) {
     EXPECT_EQ(fds, openFds());
 }
 
+// --- timers and schedules ---
+
+TEST(AllocFaults, TimersAreRegisteredOrNot) {
+    forEachFailingAllocation([] {
+        zol::CEventLoop loop;
+        Turns callback(loop);
+        const zol::CTimer a(zol::CTime(60000000), &callback);
+        const zol::CTimer b(zol::CTime(60000000), &callback);
+        const zol::CTimer c(zol::CTime(61000000), &callback);
+        for (const zol::CTimer* timer : {&a, &b, &c}) {
+            zol::CTimerHandler::add(loop.getThread(), *timer);
+        }
+        for (const zol::CTimer* timer : {&a, &b, &c}) {
+            zol::CTimerHandler::remove(*timer);
+        }
+    });
+}
+
+struct ScheduleClient : zol::IScheduleClient {
+    void onScheduledEvent(tm, void*) override { ++calls; }
+    void onInitialEvent(tm, void*) override { ++calls; }
+    int calls = 0;
+};
+
+// The C library then reads no zone file while allocations fail.
+void keepZoneInMemory() {
+    setenv("TZ", "UTC0", 1);
+    tzset();
+}
+
+constexpr sched_info_t kDaily = {127, 12, 0, 0, {0, 0}};
+
+TEST(AllocFaults, SchedulersFreeAllUsersAndSchedules) {
+    keepZoneInMemory();
+    zol::CTime::synchronized = 1;
+    forEachFailingAllocation([] {
+        zol::CEventLoop loop;
+        ScheduleClient client;
+        zol::CScheduleHandler handler(loop.getThread());
+        sched_user_s* const user = handler.createUser(&client, nullptr);
+        EXPECT_TRUE(user != nullptr || faulted());
+        EXPECT_EQ(user == nullptr ? -1 : 0, handler.delUser(user));
+        sched_user_s* const other = handler.createUser(&client, nullptr);
+        const bool before = faulted();
+        const int added = handler.addSchedule(other, kDaily);
+        EXPECT_EQ(!before && faulted() ? -1 : 0, added);
+        (void)handler.start();
+        EXPECT_EQ(0, handler.stop());
+    });
+    zol::CTime::synchronized = 0;
+}
+
+TEST(AllocFaults, AScheduleIsAddedToAllOfItsDaysOrToNone) {
+    zol::CEventLoop loop;
+    ScheduleClient client;
+    zol::CScheduleHandler handler(loop.getThread());
+    sched_user_s* const user = handler.createUser(&client, nullptr);
+    for (int day = 1; day <= 7; ++day) {
+        const long before = AllocFaults::liveBlocks();
+        AllocFaults::failNth(day);
+        EXPECT_EQ(-1, handler.addSchedule(user, kDaily));
+        AllocFaults::failNth(0);
+        EXPECT_EQ(before, AllocFaults::liveBlocks());
+    }
+}
+
+TEST(AllocFaults, ASchedulerThatCannotMakeItsTimerDoesNotStart) {
+    keepZoneInMemory();
+    zol::CEventLoop loop;
+    zol::CScheduleHandler handler(loop.getThread());
+    AllocFaults::failNth(1);
+
+    EXPECT_EQ(-1, handler.start());
+
+    AllocFaults::failNth(0);
+    EXPECT_EQ(0, handler.start());
+    EXPECT_EQ(0, handler.stop());
+}
+
+TEST(AllocFaults, WithdrawnSchedulesKeepTheirMemory) {
+    const long before = AllocFaults::liveBlocks();
+    {
+        zol::CScheduleHandler handler(nullptr);
+        ScheduleClient client;
+        sched_user_s* const user = handler.createUser(&client, nullptr);
+        EXPECT_EQ(0, handler.addSchedule(user, kDaily));
+        EXPECT_EQ(0, handler.addSchedule(user, {ZOL_MONDAY, 1, 2, 0, {0, 0}}));
+        EXPECT_EQ(0, handler.delSchedules(user));
+        EXPECT_EQ(0, handler.addSchedule(user, kDaily));
+    }
+    EXPECT_EQ(before + 8, AllocFaults::liveBlocks());
+}
+
 TEST(AllocFaults, SockInfo) {
     const TempDir dir;
     const int fd = xsock_open_unix_server(dir.file("socket").c_str(), 1);
