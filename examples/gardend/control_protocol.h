@@ -7,17 +7,33 @@
  * @file
  * The control protocol, spoken over a stream socket with a path.
  *
- * A request is one line, an answer is lines, of which the last one is the status: "OK", or
- * "ERROR" and a sentence. A connection takes any number of requests, one after the other.
+ * A request is one line of words with a blank between them, an answer is lines, of which the last
+ * one is the status: "OK", or "ERROR" and a sentence. A connection takes any number of requests,
+ * one after the other.
  *
- *     request      lines before the status
- *     status       "zones N", "open N", "litres N.NNN"
- *     zones        for each zone "NAME open|closed PERCENT LITRES": "roses closed 31.0 0.000"
- *     open ZONE    none; the valve of the zone is open now
- *     close ZONE   none; the valve is closed now
- *     quit         none; the daemon ends
+ *     request                    lines before the status
+ *     status                     "zones N", "open N", "litres N.NNN",
+ *                                "clock synchronized" or "clock unsynchronized", "schedules N",
+ *                                "next ZONE DAY HH:MM": the next watering, or "next none"
+ *     zones                      for each zone "NAME open|closed PERCENT LITRES [SECONDS]":
+ *                                "roses open 31.0 0.000 1200" closes by itself in 1200 seconds
+ *     moisture                   for each zone "NAME SAMPLES LOWEST MEAN HIGHEST", in percent,
+ *                                since midnight: "roses 12 30.9 31.0 31.1"
+ *     open ZONE [MINUTES]        none; the valve of the zone is open now: until it is closed, or
+ *                                for 1 to 1440 minutes from now, whatever was said before
+ *     close ZONE                 none; the valve is closed now
+ *     schedule add ZONE DAYS HH:MM MINUTES
+ *                                the number of the new schedule: on these days, at this time, the
+ *                                valve opens for 1 to 1440 minutes, or stays open for longer where
+ *                                it is open for longer already. DAYS is "daily", or a list of mon,
+ *                                tue, wed, thu, fri, sat, sun with commas: "mon,wed,fri"
+ *     schedule list              for each schedule "NUMBER ZONE DAYS HH:MM MINUTES"
+ *     schedule remove NUMBER     none; a valve that it has opened stays open for its time
+ *     clock synchronized         none; from now on the clock of the machine counts as right
+ *     quit                       none; the daemon ends
  *
  * Lines end with LF and are UTF-8. After a line that is too long the daemon closes the connection.
+ * There are 64 schedules at most; they live as long as the daemon.
  */
 
 namespace gardend {

@@ -6,6 +6,7 @@
 #include "control_protocol.h"
 #include "dialog.h"
 #include "garden.h"
+#include "watering_plan.h"
 
 namespace gardend {
 
@@ -13,16 +14,19 @@ namespace gardend {
 class CControlServer : public CDialogServer {
   public:
     /**
-     * @param loop       ended by the request "quit"; as the garden, it must live longer
+     * @param loop       ended by the request "quit"; as the garden and the plan, it must live
+     * longer
      * @param timeLimit  for one request and its answer, the wait for it included
      */
-    CControlServer(zol::CEventLoop& loop, CGarden& garden, const zol::CTime& timeLimit);
+    CControlServer(zol::CEventLoop& loop, CGarden& garden, CWateringPlan& plan,
+                   const zol::CTime& timeLimit);
 
     zol::CConnection* createConnection(int fd) override;
 
   private:
     zol::CEventLoop& m_loop;
     CGarden& m_garden;
+    CWateringPlan& m_plan;
 };
 
 }  // namespace gardend

@@ -4,72 +4,51 @@
 #define GARDEND_GARDEN_H
 
 #include "zol/event.h"
-#include "zol/str.h"
-#include "zol/tab.h"
 #include "zol/time.h"
+#include "zol/timer.h"
+
+#include "zone.h"
 
 namespace gardend {
 
-/** One part of the garden, with its valve and its moisture sensor. */
-struct Zone {
-    zol::CStr name;
-    bool open;            // the valve
-    int64_t nanolitres;   // delivered since the start
-    int64_t moisture;     // from 0, bone-dry, to kSoaked
-    int64_t flow;         // through the open valve: millilitres a second, nanolitres a microsecond
-    int64_t soakSpeed;    // moisture gained in a microsecond while the valve is open
-    int64_t dryingSpeed;  // moisture lost in a microsecond while it is closed
-
-    // So fine that even the shortest tick makes a difference.
-    static constexpr int64_t kSoaked = 1000000000000;
-
-    int64_t getMillilitres() const { return nanolitres / 1000000; }
-    int getMoisturePermille() const { return static_cast<int>(moisture / (kSoaked / 1000)); }
-};
-
-/**
- * The garden: its zones, and the tick that lets time pass in them.
- *
- * There is no hardware behind it: valves open at once, and the sensors show what a simple model
- * of the soil says. Everything happens on the loop's thread.
- */
+/** The garden: its zones, and the tick with which they follow the clock. The loop's thread. */
 class CGarden : public zol::CEventDest<CGarden, void> {
   public:
-    /** Four zones, all valves closed. */
+    static constexpr int kZoneCount = 4;
+    using Zones = CZone[kZoneCount];
+
     CGarden();
 
     /** Closes the valves. */
     ~CGarden() override;
 
     /**
-     * Begins to tick.
+     * Begins to tick and to sample.
      *
-     * @param thread  the loop; must live longer than the garden
-     * @param period  between two ticks
-     * @return        false when there is no timer
+     * @param thread        the loop; must live longer than the garden
+     * @param tickPeriod    between two looks at the zones
+     * @param samplePeriod  between two samples of a zone's moisture
+     * @return              false when there is no timer
      */
-    bool start(evlp_thread_str* thread, const zol::CTime& period);
-
-    /** Lets time pass; the tick calls it. */
-    void advance(const zol::CTime& passed);
-
-    /** Opens or closes the valve of a zone. @return false when there is no such zone */
-    bool setValve(const char* zoneName, bool open);
+    bool start(evlp_thread_str* thread, const zol::CTime& tickPeriod,
+               const zol::CTime& samplePeriod);
 
     void closeAllValves();
 
-    const zol::CTab<Zone>& getZones() const { return m_zones; }
+    /** @return the zone of that name; null when there is none */
+    CZone* findZone(const char* name);
+
+    const Zones& getZones() const { return m_zones; }
     int getOpenCount() const;
     int64_t getMillilitres() const;
 
   private:
-    void addZone(const char* name, int moisturePermille, int flow);
-    void setValve(Zone& zone, bool open);
     void onTick(int);
 
-    zol::CTab<Zone> m_zones;
-    zol::CTime m_lastTick;
-    zol::CEventTimer<CGarden, int> m_tick{this, &CGarden::onTick, 0};
+    CZone m_zones[kZoneCount] = {
+        {"lawn", 420, 200}, {"roses", 310, 60}, {"vegetables", 550, 80}, {"hedge", 280, 120}};
+    zol::CEventMsg<CGarden, int> m_whenToTick{this, &CGarden::onTick, 0};
+    zol::CTimer m_tick;
 };
 
 }  // namespace gardend

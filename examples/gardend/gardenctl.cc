@@ -11,9 +11,8 @@
 #include <unistd.h>
 
 #include "zol/sock.h"
-#include "zol/str.h"
 
-#include "control_protocol.h"
+#include "control_request.h"
 
 namespace {
 
@@ -23,11 +22,22 @@ constexpr char kHelp[] =
     "Usage: gardenctl [--socket PATH] COMMAND\n"
     "Talks to gardend.\n"
     "\n"
-    "  status      number of zones, number of open valves, litres delivered\n"
-    "  zones       a line for each zone: name, valve, moisture in percent, litres\n"
-    "  open ZONE   opens a valve\n"
-    "  close ZONE  closes a valve\n"
-    "  quit        ends gardend\n"
+    "  status                 numbers of zones, open valves, litres and schedules; the clock;\n"
+    "                         the next watering\n"
+    "  zones                  a line for each zone: name, valve, moisture in percent, litres, and\n"
+    "                         seconds until the valve closes by itself\n"
+    "  moisture               a line for each zone: name, number of samples since midnight, and\n"
+    "                         their lowest, mean and highest, in percent\n"
+    "  open ZONE [MINUTES]    opens a valve, until it is closed or for some minutes\n"
+    "  close ZONE             closes a valve\n"
+    "  schedule add ZONE DAYS HH:MM MINUTES\n"
+    "                         waters a zone every week: DAYS is daily, or a list such as\n"
+    "                         mon,wed,fri. Prints the number of the new schedule\n"
+    "  schedule list          a line for each schedule: number, zone, days, time, minutes\n"
+    "  schedule remove NUMBER\n"
+    "  clock synchronized     says that the clock of the machine is right: for the script that\n"
+    "                         a time service calls\n"
+    "  quit                   ends gardend\n"
     "\n"
     "  --socket PATH  control socket of gardend (/run/gardend.sock)\n"
     "  --help         this text\n"
@@ -41,24 +51,30 @@ int complainAboutUsage() {
     return kUsage;
 }
 
-// Makes the request line of the command. @return false when that is not a command
-bool makeRequest(int count, char** words, zol::CStr& request) {
-    const bool takesZone =
-        count > 0 && (strcmp(words[0], "open") == 0 || strcmp(words[0], "close") == 0);
-    const bool standsAlone =
-        count > 0 && (strcmp(words[0], "status") == 0 || strcmp(words[0], "zones") == 0 ||
-                      strcmp(words[0], "quit") == 0);
-    if (takesZone && count == 2 && strchr(words[1], '\n') == nullptr) {
-        request.set(words[0]).concat(" ").concat(words[1]).concat("\n");
-    } else if (standsAlone && count == 1) {
-        request.set(words[0]).concat("\n");
+// Makes the request line of the command, without its end.
+// @return false for words that are no words, and when there are too many
+bool join(int count, char** words, char (&line)[gardend::kMaxControlLine]) {
+    size_t size = 0;
+    for (int i = 0; i < count; ++i) {
+        const size_t length = strlen(words[i]);
+        if (length == 0 || strpbrk(words[i], " \n") != nullptr || size + length >= sizeof(line)) {
+            return false;
+        }
+        memcpy(line + size, words[i], length);
+        size += length;
+        line[size] = ' ';
+        ++size;
     }
-    return !request.isEmpty() && request.getLength() <= gardend::kMaxControlLine;
+    line[size == 0 ? 0 : size - 1] = '\0';
+    return true;
 }
 
-bool sendRequest(int fd, const zol::CStr& request) {
-    const ssize_t size = request.getLength();
-    return send(fd, request.get(), static_cast<size_t>(size), MSG_NOSIGNAL) == size;
+// The end of the line takes the place of the NUL.
+bool sendRequest(int fd, char* line) {
+    const size_t length = strlen(line);
+    line[length] = '\n';
+    const ssize_t size = static_cast<ssize_t>(length) + 1;
+    return send(fd, line, length + 1, MSG_NOSIGNAL) == size;
 }
 
 // Reads and prints the answer. @return the exit status
@@ -78,7 +94,7 @@ int showAnswer(FILE* answer) {
     return kFailed;
 }
 
-int ask(const char* path, const zol::CStr& request) {
+int ask(const char* path, char* line) {
     const int fd = xsock_open_unix_client(path, 0);
     if (fd < 0) {
         (void)fprintf(stderr, "gardenctl: no gardend at %s: %s\n", path, strerror(errno));
@@ -94,7 +110,7 @@ int ask(const char* path, const zol::CStr& request) {
         return kFailed;
     }
     int status = kFailed;
-    if (sendRequest(fd, request)) {
+    if (sendRequest(fd, line)) {
         status = showAnswer(answer);
     } else {
         perror("gardenctl: cannot ask gardend");
@@ -128,9 +144,15 @@ int main(int argc, char** argv) {
         return kUsage;
     }
 
-    zol::CStr request;
-    if (!makeRequest(argc - optind, argv + optind, request)) {
+    char line[gardend::kMaxControlLine];
+    gardend::ControlRequest request;
+    if (!join(argc - optind, argv + optind, line)) {
         return complainAboutUsage();
     }
-    return ask(path, request);
+    const char* const error = gardend::readRequest(line, request);
+    if (error != nullptr) {
+        (void)fprintf(stderr, "gardenctl: %s\n", error);
+        return complainAboutUsage();
+    }
+    return ask(path, line);
 }

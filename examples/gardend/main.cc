@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 // gardend: a garden irrigation controller without a garden.
 //
-// How it hangs together: one event loop runs everything. The garden ticks on a timer; the status
-// page (http_server.h, status_page.h) shows it; the control socket (control_server.h) changes it.
-// Both servers speak through dialog.h, which does the reading and writing. This file puts the
-// pieces together and ends them.
+// How it hangs together: one event loop runs everything. The garden ticks on a timer, and the plan
+// (watering_plan.h) waters it by the calendar; the status page (http_server.h, status_page.h) shows
+// both; the control socket (control_server.h) changes them. Both servers speak through dialog.h,
+// which does the reading and writing. This file puts the pieces together and ends them.
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -24,6 +24,7 @@
 #include "http_server.h"
 #include "options.h"
 #include "status_page.h"
+#include "watering_plan.h"
 
 namespace gardend {
 
@@ -56,9 +57,10 @@ class CDaemon : public zol::CEventDest<CDaemon, void> {
   public:
     explicit CDaemon(const Options& options)
         : m_options(options),
-          m_site(m_garden),
+          m_plan(m_loop.getThread()),
+          m_site(m_garden, m_plan),
           m_http(m_loop.getThread(), m_site, options.timeLimit),
-          m_control(m_loop, m_garden, options.timeLimit) {}
+          m_control(m_loop, m_garden, m_plan, options.timeLimit) {}
 
     ~CDaemon() override;
 
@@ -77,6 +79,7 @@ class CDaemon : public zol::CEventDest<CDaemon, void> {
     const Options& m_options;
     zol::CEventLoop m_loop;
     CGarden m_garden;
+    CWateringPlan m_plan;
     CStatusSite m_site;
     CHttpServer m_http;
     CControlServer m_control;
@@ -93,7 +96,9 @@ CDaemon::~CDaemon() {
 }
 
 bool CDaemon::start() {
-    if (!watchSignals() || !m_garden.start(m_loop.getThread(), m_options.tick)) {
+    if (!watchSignals() ||
+        !m_garden.start(m_loop.getThread(), m_options.tick, m_options.samplePeriod) ||
+        !m_plan.start()) {
         (void)fputs("gardend: no event loop\n", stderr);
         return false;
     }
@@ -162,8 +167,8 @@ int main(int argc, char** argv) {
 
     openlog("gardend", options.logToTerminal ? LOG_PERROR : 0, LOG_DAEMON);
     setlogmask(LOG_UPTO(LOG_INFO));
-    signal(SIGPIPE, SIG_IGN);      // a reader of our output that has gone must not end us
-    umask(077);                    // the control socket is for its owner
-    zol::CTime::synchronized = 1;  // the clock of this machine is right
+    signal(SIGPIPE, SIG_IGN);  // a reader of our output that has gone must not end us
+    umask(077);                // the control socket is for its owner
+    zol::CTime::synchronized = options.waitForClock ? 0 : 1;
     return gardend::serve(options);
 }

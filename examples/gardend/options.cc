@@ -5,9 +5,10 @@
 #include <arpa/inet.h>
 #include <getopt.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/un.h>
+
+#include "words.h"
 
 namespace gardend {
 
@@ -21,7 +22,10 @@ constexpr char kHelp[] =
     "                      (127.0.0.1:8080)\n"
     "  --socket PATH       control socket, for gardenctl (/run/gardend.sock)\n"
     "  --tick MS           milliseconds between two looks at the garden (1000)\n"
+    "  --sample SECONDS    seconds between two samples of the moisture (60)\n"
     "  --timeout MS        milliseconds that a client has for one request (30000)\n"
+    "  --wait-for-clock    take the clock for wrong until \"gardenctl clock synchronized\":\n"
+    "                      schedules wait for that\n"
     "  --log-stderr        show the log on the standard error, too\n"
     "  --help              this text\n"
     "\n"
@@ -29,23 +33,16 @@ constexpr char kHelp[] =
     "It ends with SIGTERM, SIGINT or \"gardenctl quit\".\n";
 
 constexpr int kUsageError = 2;
+constexpr int64_t kMillisecond = 1000;
+constexpr int64_t kSecond = 1000000;
 
-// Decimal digits and nothing else. @return false for that, and for numbers out of the range
-bool readNumber(const char* text, long low, long high, long& number) {
-    char* end = nullptr;
-    if (*text < '0' || *text > '9') {
+// Reads a number of units, each so many microseconds long, up to a day.
+bool readDuration(const char* word, int64_t unitUs, zol::CTime& time) {
+    int units = 0;
+    if (!readNumber(word, 1, static_cast<int>(86400000000 / unitUs), units)) {
         return false;
     }
-    number = strtol(text, &end, 10);  // too large a number becomes the largest one
-    return *end == '\0' && number >= low && number <= high;
-}
-
-bool readMilliseconds(const char* text, zol::CTime& time) {
-    long milliseconds = 0;
-    if (!readNumber(text, 1, 86400000, milliseconds)) {
-        return false;
-    }
-    time = zol::CTime(static_cast<int64_t>(milliseconds) * 1000);
+    time = zol::CTime(units * unitUs);
     return true;
 }
 
@@ -55,7 +52,7 @@ bool readListen(const char* text, Options& options) {
         return false;
     }
     in_addr address = {};
-    long port = 0;
+    int port = 0;
     const zol::CStr host(text, static_cast<int>(colon - text));
     if (inet_pton(AF_INET, host.get(), &address) != 1 || !readNumber(colon + 1, 0, 65535, port)) {
         return false;
@@ -74,12 +71,14 @@ bool readPath(const char* text, zol::CStr& path) {
 }  // namespace
 
 int readOptions(int argc, char** argv, Options& options) {
-    enum { kListen = 1, kSocket, kTick, kTimeout, kLogStderr, kShowHelp };
+    enum { kListen = 1, kSocket, kTick, kSample, kTimeout, kWaitForClock, kLogStderr, kShowHelp };
     static const option kOptions[] = {
         {"listen", required_argument, nullptr, kListen},
         {"socket", required_argument, nullptr, kSocket},
         {"tick", required_argument, nullptr, kTick},
+        {"sample", required_argument, nullptr, kSample},
         {"timeout", required_argument, nullptr, kTimeout},
+        {"wait-for-clock", no_argument, nullptr, kWaitForClock},
         {"log-stderr", no_argument, nullptr, kLogStderr},
         {"help", no_argument, nullptr, kShowHelp},
         {nullptr, 0, nullptr, 0},
@@ -96,10 +95,16 @@ int readOptions(int argc, char** argv, Options& options) {
                 good = readPath(optarg, options.controlPath);
                 break;
             case kTick:
-                good = readMilliseconds(optarg, options.tick);
+                good = readDuration(optarg, kMillisecond, options.tick);
+                break;
+            case kSample:
+                good = readDuration(optarg, kSecond, options.samplePeriod);
                 break;
             case kTimeout:
-                good = readMilliseconds(optarg, options.timeLimit);
+                good = readDuration(optarg, kMillisecond, options.timeLimit);
+                break;
+            case kWaitForClock:
+                options.waitForClock = true;
                 break;
             case kLogStderr:
                 options.logToTerminal = true;

@@ -18,7 +18,9 @@ struct Options {
     uint16_t port = 8080;           // host byte order; 0: the system chooses
     zol::CStr controlPath = kDefaultControlPath;
     zol::CTime tick = zol::CTime(1000000);
+    zol::CTime samplePeriod = zol::CTime(60000000);
     zol::CTime timeLimit = zol::CTime(30000000);  // for one exchange with a client
+    bool waitForClock = false;                    // it is not right before somebody says so
     bool logToTerminal = false;
 };
 

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "status_page.h"
 
+#include "words.h"
+
 namespace gardend {
 
 namespace {
@@ -19,7 +21,8 @@ constexpr char kPageHead[] = R"(<!DOCTYPE html>
 <title>The garden</title>
 <style>
 body { font: 1rem/1.5 system-ui, sans-serif; color: #233; background: #eef4ea; margin: 2rem auto; max-width: 40rem; padding: 0 1rem; }
-h1 { font-weight: 500; color: #2d6a3e; }
+h1, h2 { font-weight: 500; color: #2d6a3e; }
+h2 { font-size: 1.1rem; }
 table { width: 100%; border-collapse: collapse; background: #fff; border-radius: .5rem; overflow: hidden; box-shadow: 0 1px 4px #0002; }
 th, td { padding: .6rem .9rem; text-align: left; border-bottom: 1px solid #e3ebe0; }
 th { background: #2d6a3e; color: #fff; font-weight: 500; }
@@ -32,46 +35,119 @@ footer { margin-top: 1rem; color: #678; }
 <body>
 <h1>The garden 🌱</h1>
 <table>
-<tr><th>Zone</th><th>Valve</th><th>Moisture</th><th class="number">Delivered</th></tr>
+<tr><th>Zone</th><th>Valve</th><th>Moisture</th><th>Today</th><th class="number">Delivered</th></tr>
 )";
 
-void addRow(const Zone& zone, CText& out) {
-    out.add("<tr><td>").addHtml(zone.name.get());
-    out.add(zone.open ? "</td><td class=\"open\">open" : "</td><td>closed");
-    out.add("</td><td><meter max=\"100\" value=\"");
+constexpr char kScheduleHead[] = R"(<h2>Every week</h2>
+<table>
+<tr><th>Zone</th><th>Days</th><th>Time</th><th class="number">Minutes</th></tr>
+)";
+
+void addValve(const CZone& zone, CText& out) {
+    if (!zone.isOpen()) {
+        out.add("<td>closed</td>");
+        return;
+    }
+    out.add("<td class=\"open\">open");
+    const int left = zone.getSecondsLeft();
+    if (left > 0) {
+        out.addFormat(" for %d:%02d", left / 60, left % 60);
+    }
+    out.add("</td>");
+}
+
+void addRow(const CZone& zone, CText& out) {
+    const CMoistureLog& log = zone.getMoistureLog();
+    out.add("<tr><td>").addHtml(zone.getName()).add("</td>");
+    addValve(zone, out);
+    out.add("<td><meter max=\"100\" value=\"");
     out.addDecimal(zone.getMoisturePermille(), 1).add("\"></meter> ");
-    out.addDecimal(zone.getMoisturePermille(), 1).add(" %</td><td class=\"number\">");
+    out.addDecimal(zone.getMoisturePermille(), 1).add(" %</td><td>");
+    out.addDecimal(log.getLowest(), 1).add(" – ");
+    out.addDecimal(log.getHighest(), 1).add(" %</td><td class=\"number\">");
     out.addDecimal(zone.getMillilitres(), 3).add(" l</td></tr>\n");
 }
 
-void addObject(const Zone& zone, CText& out) {
-    out.add("{\"name\":\"").addJson(zone.name.get());
-    out.add(zone.open ? "\",\"open\":true" : "\",\"open\":false");
+void addRow(const Schedule& schedule, CText& out) {
+    char days[kDaysSize];
+    writeDays(schedule.days, days);
+    out.add("<tr><td>").addHtml(schedule.zone->getName());
+    out.addFormat("</td><td>%s</td><td>%02d:%02d</td>", days, schedule.hour, schedule.minute);
+    out.addFormat("<td class=\"number\">%d</td></tr>\n", schedule.minutes);
+}
+
+void addNext(const CWateringPlan& plan, CText& out) {
+    const NextWatering next = plan.findNext();
+    if (zol::CTime::synchronized == 0) {
+        out.add("the clock is not set");
+    } else if (next.schedule == nullptr) {
+        out.add("nothing is scheduled");
+    } else {
+        out.add("next: ").addHtml(next.schedule->zone->getName());
+        out.addFormat(" on %s at %02d:%02d", nameOfDay(next.day), next.schedule->hour,
+                      next.schedule->minute);
+    }
+}
+
+void addObject(const CZone& zone, CText& out) {
+    const CMoistureLog& log = zone.getMoistureLog();
+    out.add("{\"name\":\"").addJson(zone.getName());
+    out.add(zone.isOpen() ? "\",\"open\":true" : "\",\"open\":false");
+    out.addFormat(",\"secondsLeft\":%d", zone.getSecondsLeft());
     out.add(",\"moisturePercent\":").addDecimal(zone.getMoisturePermille(), 1);
+    out.add(",\"lowestPercent\":").addDecimal(log.getLowest(), 1);
+    out.add(",\"meanPercent\":").addDecimal(log.getMean(), 1);
+    out.add(",\"highestPercent\":").addDecimal(log.getHighest(), 1);
     out.add(",\"litres\":").addDecimal(zone.getMillilitres(), 3).add("}");
+}
+
+void addObject(const Schedule& schedule, CText& out) {
+    char days[kDaysSize];
+    writeDays(schedule.days, days);
+    out.addFormat("{\"number\":%d,\"zone\":\"", schedule.number);
+    out.addJson(schedule.zone->getName());
+    out.addFormat("\",\"days\":\"%s\",\"time\":\"%02d:%02d\",\"minutes\":%d}", days, schedule.hour,
+                  schedule.minute, schedule.minutes);
 }
 
 }  // namespace
 
-void writeStatusPage(const CGarden& garden, CText& out) {
+void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, CText& out) {
     out.add(kPageHead);
-    for (const Zone& zone : garden.getZones()) {
+    for (const CZone& zone : garden.getZones()) {
         addRow(zone, out);
     }
-    out.addFormat("</table>\n<footer>%d of %d valves open · ", garden.getOpenCount(),
-                  garden.getZones().getCount());
-    out.addDecimal(garden.getMillilitres(), 3).add(" l delivered</footer>\n</body>\n</html>\n");
+    out.add("</table>\n");
+    if (!plan.getSchedules().isEmpty()) {
+        out.add(kScheduleHead);
+        for (const Schedule& schedule : plan.getSchedules()) {
+            addRow(schedule, out);
+        }
+        out.add("</table>\n");
+    }
+    out.addFormat("<footer>%d of %d valves open · ", garden.getOpenCount(), CGarden::kZoneCount);
+    out.addDecimal(garden.getMillilitres(), 3).add(" l delivered · ");
+    addNext(plan, out);
+    out.add("</footer>\n</body>\n</html>\n");
 }
 
-void writeStatusJson(const CGarden& garden, CText& out) {
+void writeStatusJson(const CGarden& garden, const CWateringPlan& plan, CText& out) {
     const char* separator = "";
     out.add("{\"zones\":[");
-    for (const Zone& zone : garden.getZones()) {
+    for (const CZone& zone : garden.getZones()) {
         out.add(separator);
         addObject(zone, out);
         separator = ",";
     }
-    out.add("]}\n");
+    separator = "";
+    out.add("],\"schedules\":[");
+    for (const Schedule& schedule : plan.getSchedules()) {
+        out.add(separator);
+        addObject(schedule, out);
+        separator = ",";
+    }
+    out.add("],\"clockSynchronized\":");
+    out.add(zol::CTime::synchronized != 0 ? "true}\n" : "false}\n");
 }
 
 void CStatusSite::answer(const HttpRequest& request, HttpAnswer& answer) {
@@ -84,10 +160,10 @@ void CStatusSite::answer(const HttpRequest& request, HttpAnswer& answer) {
     } else if (isPage) {
         answer.contentType = "text/html; charset=utf-8";
         answer.fields = kPageFields;
-        writeStatusPage(m_garden, answer.body);
+        writeStatusPage(m_garden, m_plan, answer.body);
     } else {
         answer.contentType = "application/json";
-        writeStatusJson(m_garden, answer.body);
+        writeStatusJson(m_garden, m_plan, answer.body);
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "garden.h"
 #include "http_server.h"
+#include "watering_plan.h"
 
 namespace gardend {
 
@@ -14,17 +15,19 @@ namespace gardend {
  */
 class CStatusSite : public IHttpSite {
   public:
-    /** @param garden  must live longer than the site */
-    explicit CStatusSite(const CGarden& garden) : m_garden(garden) {}
+    /** The garden and the plan must live longer than the site. */
+    CStatusSite(const CGarden& garden, const CWateringPlan& plan)
+        : m_garden(garden), m_plan(plan) {}
 
     void answer(const HttpRequest& request, HttpAnswer& answer) override;
 
   private:
     const CGarden& m_garden;
+    const CWateringPlan& m_plan;
 };
 
-void writeStatusPage(const CGarden& garden, CText& out);
-void writeStatusJson(const CGarden& garden, CText& out);
+void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, CText& out);
+void writeStatusJson(const CGarden& garden, const CWateringPlan& plan, CText& out);
 
 }  // namespace gardend
 

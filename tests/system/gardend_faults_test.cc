@@ -1,13 +1,14 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 
-// The parser of gardend with each of its allocations failing in turn.
+// The HTTP parser and the watering plan of gardend with each of its allocations failing in turn.
 
 #include <gtest/gtest.h>
 #include <string.h>
 
 #include "http_parser.h"
 #include "support/alloc_faults.h"
+#include "watering_plan.h"
 
 namespace {
 
@@ -40,6 +41,30 @@ TEST(HttpParserFaults, EndWith503OrWithTheRequestAsItWasMeant) {
             EXPECT_FALSE(parser.getRequest().keepAlive);
         }
     });
+}
+
+// Not for leaks: schedules that are withdrawn again leave their records behind.
+TEST(WateringPlanFaults, LeaveThePlanAsItWasOrWithTheNewSchedule) {
+    gardend::CZone zone("roses", 500, 60);
+    zol::CEventLoop loop;
+    bool failed = true;
+    for (int nth = 1; failed; ++nth) {
+        gardend::CWateringPlan plan(loop.getThread());
+        ASSERT_EQ(1, plan.add({&zone, ZOL_MONDAY, 6, 30, 20, 0, nullptr}));
+
+        AllocFaults::failNth(nth);
+        const int number = plan.add({&zone, ZOL_MONDAY | ZOL_FRIDAY, 7, 0, 5, 0, nullptr});
+        failed = AllocFaults::hasFailed();
+        AllocFaults::failNth(0);
+
+        if (number < 0) {
+            EXPECT_TRUE(failed);
+            EXPECT_EQ(gardend::CWateringPlan::kNoMemory, number);
+        }
+        EXPECT_EQ(number < 0 ? 1 : 2, plan.getSchedules().getCount());
+        EXPECT_LT(0, plan.add({&zone, ZOL_MONDAY, 6, 30, 20, 0, nullptr}));
+        EXPECT_TRUE(plan.remove(1));
+    }
 }
 
 }  // namespace

@@ -6,27 +6,42 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
 
 #include "status_page.h"
 #include "text.h"
+#include "watering_plan.h"
 
 namespace gardend {
 
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 constexpr zol::CTime kSecond(1000000);
 constexpr zol::CTime kMillisecond(1000);
 
-const Zone& roses(const CGarden& garden) {
-    return garden.getZones()[1];
+CZone& zone(CGarden& garden, const char* name) {
+    CZone* const found = garden.findZone(name);
+    EXPECT_NE(nullptr, found) << name;
+    return *found;
+}
+
+CZone& roses(CGarden& garden) {
+    return zone(garden, "roses");
+}
+
+void advance(CGarden& garden, const zol::CTime& passed) {
+    for (const CZone& each : garden.getZones()) {
+        zone(garden, each.getName()).advance(passed);
+    }
 }
 
 TEST(Garden, StartsWithAllValvesClosed) {
     const CGarden garden;
 
-    EXPECT_EQ(4, garden.getZones().getCount());
     EXPECT_EQ(0, garden.getOpenCount());
     EXPECT_EQ(0, garden.getMillilitres());
 }
@@ -34,37 +49,37 @@ TEST(Garden, StartsWithAllValvesClosed) {
 TEST(Garden, OpensTheValveOfOneZone) {
     CGarden garden;
 
-    EXPECT_TRUE(garden.setValve("roses", true));
+    roses(garden).open();
 
-    EXPECT_TRUE(roses(garden).open);
+    EXPECT_TRUE(roses(garden).isOpen());
     EXPECT_EQ(1, garden.getOpenCount());
 }
 
 TEST(Garden, ClosesTheValveAgain) {
     CGarden garden;
-    garden.setValve("roses", true);
+    roses(garden).open();
 
-    EXPECT_TRUE(garden.setValve("roses", false));
+    roses(garden).close();
 
-    EXPECT_FALSE(roses(garden).open);
+    EXPECT_FALSE(roses(garden).isOpen());
 }
 
-TEST(Garden, RefusesZonesThatItDoesNotHave) {
+TEST(Garden, FindsOnlyTheZonesThatItHas) {
     CGarden garden;
 
-    EXPECT_FALSE(garden.setValve("desert", true));
-    EXPECT_FALSE(garden.setValve("", true));
-    EXPECT_FALSE(garden.setValve("rose", true));
-    EXPECT_EQ(0, garden.getOpenCount());
+    EXPECT_STREQ("hedge", zone(garden, "hedge").getName());
+    EXPECT_EQ(nullptr, garden.findZone("desert"));
+    EXPECT_EQ(nullptr, garden.findZone(""));
+    EXPECT_EQ(nullptr, garden.findZone("rose"));
 }
 
 TEST(Garden, DeliversWaterWhileAValveIsOpen) {
     CGarden garden;
-    garden.setValve("roses", true);
+    zone(garden, "roses").open();
 
-    garden.advance(kSecond);
-    garden.setValve("roses", false);
-    garden.advance(kSecond);
+    advance(garden, kSecond);
+    zone(garden, "roses").close();
+    advance(garden, kSecond);
 
     EXPECT_EQ(60, roses(garden).getMillilitres());
     EXPECT_EQ(60, garden.getMillilitres());
@@ -72,10 +87,10 @@ TEST(Garden, DeliversWaterWhileAValveIsOpen) {
 
 TEST(Garden, DeliversAsMuchInManyShortTicksAsInALongOne) {
     CGarden garden;
-    garden.setValve("roses", true);
+    zone(garden, "roses").open();
 
     for (int i = 0; i < 1000; ++i) {
-        garden.advance(kMillisecond);
+        advance(garden, kMillisecond);
     }
 
     EXPECT_EQ(60, roses(garden).getMillilitres());
@@ -84,9 +99,9 @@ TEST(Garden, DeliversAsMuchInManyShortTicksAsInALongOne) {
 
 TEST(Garden, GetsWetUntilItIsSoaked) {
     CGarden garden;
-    garden.setValve("roses", true);
+    zone(garden, "roses").open();
 
-    garden.advance(zol::CTime(3600 * kSecond.getMicroseconds()));
+    advance(garden, zol::CTime(3600 * kSecond.getMicroseconds()));
 
     EXPECT_EQ(1000, roses(garden).getMoisturePermille());
 }
@@ -94,36 +109,127 @@ TEST(Garden, GetsWetUntilItIsSoaked) {
 TEST(Garden, DriesUntilItIsDry) {
     CGarden garden;
 
-    garden.advance(zol::CTime(10 * kSecond.getMicroseconds()));
+    advance(garden, zol::CTime(10 * kSecond.getMicroseconds()));
     EXPECT_EQ(309, roses(garden).getMoisturePermille());
 
-    garden.advance(zol::CTime(86400 * kSecond.getMicroseconds()));
+    advance(garden, zol::CTime(86400 * kSecond.getMicroseconds()));
     EXPECT_EQ(0, roses(garden).getMoisturePermille());
 }
 
 TEST(Garden, ClosesAllValvesAtOnce) {
     CGarden garden;
-    garden.setValve("roses", true);
-    garden.setValve("lawn", true);
+    zone(garden, "roses").open();
+    zone(garden, "lawn").open();
 
     garden.closeAllValves();
 
     EXPECT_EQ(0, garden.getOpenCount());
 }
 
-TEST(StatusPage, ShowsAZoneInARow) {
-    CGarden garden;
-    garden.setValve("roses", true);
-    garden.advance(kSecond);
+TEST(MoistureLog, KeepsTheLowestTheMeanAndTheHighestOfADay) {
+    CMoistureLog log;
 
-    CText page;
-    writeStatusPage(garden, page);
+    log.add(300, 7);
+    log.add(200, 7);
+    log.add(401, 7);
 
-    EXPECT_TRUE(page.isWhole());
-    EXPECT_THAT(page.get(), HasSubstr("<tr><td>roses</td><td class=\"open\">open</td>"
-                                      "<td><meter max=\"100\" value=\"31.5\"></meter> 31.5 %</td>"
-                                      "<td class=\"number\">0.060 l</td></tr>"));
-    EXPECT_THAT(page.get(), HasSubstr("1 of 4 valves open · 0.060 l delivered"));
+    EXPECT_EQ(3, log.getCount());
+    EXPECT_EQ(200, log.getLowest());
+    EXPECT_EQ(300, log.getMean());
+    EXPECT_EQ(401, log.getHighest());
+}
+
+TEST(MoistureLog, BeginsAnewOnAnotherDay) {
+    CMoistureLog log;
+    log.add(300, 7);
+    log.add(900, 7);
+
+    log.add(500, 8);
+
+    EXPECT_EQ(1, log.getCount());
+    EXPECT_EQ(500, log.getLowest());
+    EXPECT_EQ(500, log.getMean());
+    EXPECT_EQ(500, log.getHighest());
+}
+
+TEST(MoistureLog, IsEmptyAtFirst) {
+    const CMoistureLog log;
+
+    EXPECT_EQ(0, log.getCount());
+    EXPECT_EQ(0, log.getMean());
+}
+
+class StatusPage : public ::testing::Test {
+  protected:
+    std::string page() {
+        CText text;
+        writeStatusPage(m_garden, m_plan, text);
+        EXPECT_TRUE(text.isWhole());
+        return text.get();
+    }
+
+    std::string json() {
+        CText text;
+        writeStatusJson(m_garden, m_plan, text);
+        EXPECT_TRUE(text.isWhole());
+        return text.get();
+    }
+
+    void schedule(const char* name, uint8_t days, uint8_t hour, uint8_t minute, int minutes) {
+        ASSERT_LT(0, m_plan.add({&zone(m_garden, name), days, hour, minute, minutes, 0, nullptr}));
+    }
+
+    CGarden m_garden;
+    CWateringPlan m_plan{nullptr};  // is not asked to follow the clock
+};
+
+TEST_F(StatusPage, ShowsAZoneInARow) {
+    roses(m_garden).open();
+    advance(m_garden, kSecond);
+
+    EXPECT_THAT(page(), HasSubstr("<tr><td>roses</td><td class=\"open\">open</td>"
+                                  "<td><meter max=\"100\" value=\"31.5\"></meter> 31.5 %</td>"
+                                  "<td>0.0 – 0.0 %</td><td class=\"number\">0.060 l</td></tr>"));
+    EXPECT_THAT(page(), HasSubstr("1 of 4 valves open · 0.060 l delivered"));
+}
+
+TEST_F(StatusPage, ShowsAScheduleInARow) {
+    schedule("roses", ZOL_MONDAY | ZOL_SUNDAY, 6, 5, 20);
+
+    EXPECT_THAT(page(), HasSubstr("<tr><td>roses</td><td>mon,sun</td><td>06:05</td>"
+                                  "<td class=\"number\">20</td></tr>"));
+}
+
+TEST_F(StatusPage, ShowsNoTableOfSchedulesWhereThereAreNone) {
+    EXPECT_THAT(page(), Not(HasSubstr("Every week")));
+}
+
+TEST_F(StatusPage, SaysWhatComesNext) {
+    zol::CTime::synchronized = 1;
+    EXPECT_THAT(page(), HasSubstr("nothing is scheduled"));
+
+    schedule("hedge", ZOL_FRIDAY, 21, 0, 1);
+    EXPECT_THAT(page(), HasSubstr("next: hedge on fri at 21:00"));
+
+    zol::CTime::synchronized = 0;
+    EXPECT_THAT(page(), HasSubstr("the clock is not set"));
+}
+
+TEST_F(StatusPage, TellsProgramsTheSchedulesAndTheStateOfTheClock) {
+    zol::CTime::synchronized = 0;
+    EXPECT_THAT(json(), EndsWith("],\"schedules\":[],\"clockSynchronized\":false}\n"));
+
+    zol::CTime::synchronized = 1;
+    schedule("roses", 127, 6, 5, 20);
+    schedule("lawn", ZOL_FRIDAY, 21, 0, 1440);
+
+    EXPECT_THAT(json(),
+                EndsWith("],\"schedules\":["
+                         "{\"number\":1,\"zone\":\"roses\",\"days\":\"daily\",\"time\":\"06:05\","
+                         "\"minutes\":20},"
+                         "{\"number\":2,\"zone\":\"lawn\",\"days\":\"fri\",\"time\":\"21:00\","
+                         "\"minutes\":1440}],\"clockSynchronized\":true}\n"));
+    zol::CTime::synchronized = 0;
 }
 
 TEST(Text, GrowsPieceByPiece) {

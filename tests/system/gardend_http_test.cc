@@ -11,6 +11,7 @@
 #include "http_parser.h"
 #include "http_server.h"
 #include "status_page.h"
+#include "watering_plan.h"
 
 namespace gardend {
 
@@ -413,11 +414,12 @@ class GardenSite : public ::testing::Test {
         request.method = method;
         request.path = path;
         HttpAnswer answer;
-        CStatusSite(m_garden).answer(request, answer);
+        CStatusSite(m_garden, m_plan).answer(request, answer);
         return answer;
     }
 
     CGarden m_garden;
+    CWateringPlan m_plan{nullptr};  // is not asked to follow the clock
 };
 
 TEST_F(GardenSite, ShowsThePageAtItsRoot) {
@@ -437,7 +439,7 @@ TEST_F(GardenSite, SpeaksJsonToPrograms) {
 
     EXPECT_STREQ("application/json", answer.contentType);
     EXPECT_THAT(answer.body.get(), StartsWith("{\"zones\":[{\"name\":\"lawn\",\"open\":false,"
-                                              "\"moisturePercent\":42.0,\"litres\":0.000},"));
+                                              "\"secondsLeft\":0,\"moisturePercent\":42.0,"));
 }
 
 TEST_F(GardenSite, KnowsNothingElse) {

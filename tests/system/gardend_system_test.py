@@ -3,9 +3,11 @@
 # SPDX-License-Identifier: MIT
 """Visits gardend from outside, as browsers, attackers and gardenctl do.
 
-    gardend_system_test.py --programs FOLDER [--wrapper COMMAND] [unittest options]
+    gardend_system_test.py --programs FOLDER [--wrapper COMMAND] [--simulator EVLP_SIM]
+                           [unittest options]
 
-FOLDER holds gardend and gardenctl. COMMAND, "valgrind -q" for instance, runs the daemon.
+FOLDER holds gardend and gardenctl. COMMAND, "valgrind -q" for instance, runs the daemon. EVLP_SIM
+is the command evlp-sim, for the tests in virtual time; without it they are skipped.
 
 Every test has a daemon of its own, on a port and in a folder that nobody else uses; at its end
 the daemon must have closed the descriptors of all its clients, and end with 0 on SIGTERM. Nothing
@@ -32,6 +34,7 @@ DEADLINE = 60  # seconds for what ought to take milliseconds; a machine may be b
 
 PROGRAMS = "."
 WRAPPER = []
+SIMULATOR = ""
 
 REQUEST = b"GET / HTTP/1.1\r\nHost: garden\r\n\r\n"
 JSON_REQUEST = b"GET /status.json HTTP/1.1\r\nHost: garden\r\n\r\n"
@@ -49,13 +52,14 @@ def until(condition, what):
 class Daemon:
     """A gardend that has said that it is ready."""
 
-    def __init__(self, folder, *options):
+    def __init__(self, folder, *options, wrapper=None, environment=None):
         self.control = os.path.join(folder, "control")
         self.log = open(os.path.join(folder, "log"), "w+")
         self.process = subprocess.Popen(
-            [*WRAPPER, os.path.join(PROGRAMS, "gardend"), "--listen", "127.0.0.1:0", "--socket",
-             self.control, "--tick", "10", "--log-stderr", *options],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log)
+            [*(wrapper or WRAPPER), os.path.join(PROGRAMS, "gardend"), "--listen", "127.0.0.1:0",
+             "--socket", self.control, "--tick", "10", "--log-stderr", *options],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log,
+            env={**os.environ, **(environment or {})})
         ready, _, _ = select.select([self.process.stdout], [], [], DEADLINE)
         self.line = self.process.stdout.readline().decode() if ready else ""
         match = re.fullmatch(r"gardend ready: http://127\.0\.0\.1:(\d+)/ (.*)\n", self.line)
@@ -153,8 +157,11 @@ class GardendTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory(prefix="gardend-")
         self.addCleanup(self.folder.cleanup)
-        self.daemon = Daemon(self.folder.name, *self.options)
+        self.daemon = self.start_daemon()
         self.addCleanup(self.daemon.close)
+
+    def start_daemon(self):
+        return Daemon(self.folder.name, *self.options)
 
     def tearDown(self):
         if self.daemon.process.returncode is None:
@@ -177,10 +184,21 @@ class GardendTest(unittest.TestCase):
              *arguments], capture_output=True, text=True, timeout=DEADLINE, check=False)
         return done.returncode, done.stdout, done.stderr
 
-    def zone(self, name):
+    def json(self):
         with self.http() as client:
             _, _, body = client.send(JSON_REQUEST).answer()
-        return next(zone for zone in json.loads(body)["zones"] if zone["name"] == name)
+        return json.loads(body)
+
+    def zone(self, name):
+        return next(zone for zone in self.json()["zones"] if zone["name"] == name)
+
+    def ask(self, request):
+        """Sends request lines, and takes everything that comes back until the daemon ends it."""
+        with self.ctl() as client:
+            client.send(request)
+            client.socket.shutdown(socket.SHUT_WR)
+            client.at_end()
+            return client.pending.decode()
 
 
 class Page(GardendTest):
@@ -416,16 +434,10 @@ class TimeLimit(GardendTest):
 
 
 class ControlProtocol(GardendTest):
-    def ask(self, request):
-        with self.ctl() as client:
-            client.send(request)
-            client.socket.shutdown(socket.SHUT_WR)
-            client.at_end()
-            return client.pending.decode()
-
     def test_takes_many_requests(self):
         self.assertRegex(self.ask(b"open lawn\nopen lawn\nclose ivy\nstatus\n"),
-                         r"\AOK\nOK\nERROR no such zone\nzones 4\nopen 1\nlitres 0\.\d+\nOK\n\Z")
+                         r"\AOK\nOK\nERROR no such zone\nzones 4\nopen 1\nlitres 0\.\d+\n"
+                         r"clock synchronized\nschedules 0\nnext none\nOK\n\Z")
 
     def test_takes_requests_byte_by_byte(self):
         with self.ctl() as client:
@@ -440,7 +452,7 @@ class ControlProtocol(GardendTest):
     def test_refuses_what_it_does_not_know(self):
         for request in (b"", b" ", b"open", b"OPEN lawn", b"status now", b"quit ", b"zones\r"):
             self.assertEqual("ERROR unknown request\n", self.ask(request + b"\n"))
-        for request in (b"open ", b"open lawn ", b"open lawn\r", b"close \xff"):
+        for request in (b"open ", b"open lawn\r", b"close \xff", b"close lawn\t", b"open ivy 5"):
             self.assertEqual("ERROR no such zone\n", self.ask(request + b"\n"))
         self.assertEqual("ERROR the line is not a text\n", self.ask(b"open lawn\0\n"))
 
@@ -461,7 +473,9 @@ class Gardenctl(GardendTest):
         self.assertFalse(self.zone("roses")["open"])
 
     def test_prints_the_status(self):
-        self.assertEqual((0, "zones 4\nopen 0\nlitres 0.000\n", ""), self.gardenctl("status"))
+        self.assertEqual(
+            (0, "zones 4\nopen 0\nlitres 0.000\nclock synchronized\nschedules 0\nnext none\n", ""),
+            self.gardenctl("status"))
 
     def test_prints_the_zones(self):
         status, output, _ = self.gardenctl("zones")
@@ -477,12 +491,231 @@ class Gardenctl(GardendTest):
 
     def test_answers_2_to_wrong_usage(self):
         for arguments in ((), ("water",), ("open",), ("open", "a", "b"), ("status", "now"),
-                          ("--bad",), ("open", "lawn\nquit"), ("open", "x" * 200), ("",)):
+                          ("--bad",), ("open", "lawn\nquit"), ("open", "x" * 200), ("",),
+                          ("open", "lawn", "0"), ("open", "lawn 5"), ("open", "lawn", ""),
+                          ("schedule",), ("schedule", "remove"), ("schedule", "list", "all"),
+                          ("schedule", "add", "lawn", "daily", "06:30"), ("clock",)):
             self.assertEqual(2, self.gardenctl(*arguments)[0], arguments)
 
     def test_helps(self):
         status, output, _ = self.gardenctl("--help")
         self.assertEqual((0, "Usage:"), (status, output[:6]))
+
+
+class RunTime(GardendTest):
+    def test_is_shown_until_the_valve_closes_by_itself(self):
+        self.assertEqual((0, "", ""), self.gardenctl("open", "roses", "1440"))
+        self.assertRegex(self.ask(b"zones\n"), r"(?m)^roses open \d+\.\d \d+\.\d{3} 8\d{4}$")
+        self.assertLess(80000, self.zone("roses")["secondsLeft"])
+
+    def test_ends_when_the_valve_is_closed_or_opened_for_good(self):
+        self.assertEqual("OK\nOK\n", self.ask(b"open roses 5\nclose roses\n"))
+        self.assertEqual(0, self.zone("roses")["secondsLeft"])
+        self.assertEqual("OK\nOK\n", self.ask(b"open roses 5\nopen roses\n"))
+        self.assertEqual(0, self.zone("roses")["secondsLeft"])
+        self.assertTrue(self.zone("roses")["open"])
+
+    def test_must_be_of_one_to_1440_minutes(self):
+        for minutes in (b"0", b"1441", b"-1", b"", b"soon", b"1.5", b"9" * 50):
+            self.assertEqual("ERROR the minutes must be a number from 1 to 1440\n",
+                             self.ask(b"open roses " + minutes + b"\n"), minutes)
+        self.assertFalse(self.zone("roses")["open"])
+
+
+class Schedules(GardendTest):
+    def test_are_numbered_listed_and_removed(self):
+        self.assertEqual((0, "1\n", ""),
+                         self.gardenctl("schedule", "add", "roses", "mon,wed,fri", "06:30", "20"))
+        self.assertEqual((0, "2\n", ""),
+                         self.gardenctl("schedule", "add", "lawn", "daily", "21:00", "1440"))
+        self.assertEqual((0, "1 roses mon,wed,fri 06:30 20\n2 lawn daily 21:00 1440\n", ""),
+                         self.gardenctl("schedule", "list"))
+
+        self.assertEqual((0, "", ""), self.gardenctl("schedule", "remove", "1"))
+
+        self.assertEqual((0, "2 lawn daily 21:00 1440\n", ""), self.gardenctl("schedule", "list"))
+        self.assertEqual((1, "", "gardenctl: no such schedule\n"),
+                         self.gardenctl("schedule", "remove", "1"))
+
+    def test_are_shown_with_what_comes_next(self):
+        self.ask(b"schedule add hedge sat 05:07 9\n")
+        with self.http() as client:
+            _, _, page = client.send(REQUEST).answer()
+        self.assertIn(b"<tr><td>hedge</td><td>sat</td><td>05:07</td>", page)
+        self.assertIn(b"next: hedge on sat at 05:07", page)
+        self.assertEqual([{"number": 1, "zone": "hedge", "days": "sat", "time": "05:07",
+                           "minutes": 9}], self.json()["schedules"])
+        self.assertIn("schedules 1\nnext hedge sat 05:07\n", self.ask(b"status\n"))
+
+    def test_must_be_well_formed(self):
+        bad_days = "the days must be daily, or a list such as mon,wed,fri"
+        for words, complaint in (
+                (b"ivy daily 06:30 20", "no such zone"),
+                (b"roses mon,,fri 06:30 20", bad_days),
+                (b"roses monday 06:30 20", bad_days),
+                (b"roses daily 24:00 20", "the time must be between 00:00 and 23:59"),
+                (b"roses daily 6:30 20", "the time must be between 00:00 and 23:59"),
+                (b"roses daily 06:30 0", "the minutes must be a number from 1 to 1440"),
+                (b"roses daily 06:30 20 ", "a schedule needs ZONE DAYS HH:MM MINUTES"),
+                (b"roses daily 06:30", "a schedule needs ZONE DAYS HH:MM MINUTES"),
+                (b"\xff daily 06:30 20", "no such zone"),
+                (b"roses " + b"mon," * 30, "the line is too long")):
+            self.assertEqual("ERROR %s\n" % complaint, self.ask(b"schedule add " + words + b"\n"))
+        for number in (b"0", b"-1", b"one", b"1 2", b"99999999999"):
+            self.assertEqual("ERROR a schedule is known by its number, from 1 on\n",
+                             self.ask(b"schedule remove " + number + b"\n"))
+        self.assertEqual("ERROR no such schedule\n", self.ask(b"schedule remove 1\n"))
+        self.assertEqual("OK\n", self.ask(b"schedule list\n"))
+
+    def test_are_sixty_four_at_most(self):
+        answer = self.ask(b"schedule add roses daily 06:30 20\n" * 65)
+        self.assertEqual("".join("%d\nOK\n" % number for number in range(1, 65)) +
+                         "ERROR there are too many schedules\n", answer)
+        self.assertEqual(65, self.ask(b"schedule list\n").count("\n"))
+        self.assertEqual("OK\n65\nOK\n", self.ask(b"schedule remove 9\n"
+                                                  b"schedule add roses daily 06:30 20\n"))
+
+
+class Clock(GardendTest):
+    options = ("--wait-for-clock",)
+
+    def test_is_taken_for_right_once_somebody_says_so(self):
+        self.ask(b"schedule add roses daily 06:30 20\n")
+        self.assertIn("clock unsynchronized\nschedules 1\nnext none\n", self.ask(b"status\n"))
+        self.assertFalse(self.json()["clockSynchronized"])
+        with self.http() as client:
+            _, fields, page = client.send(REQUEST).answer()
+        self.assertNotIn("date", fields)
+        self.assertIn(b"the clock is not set", page)
+
+        self.assertEqual((0, "", ""), self.gardenctl("clock", "synchronized"))
+
+        status = self.ask(b"status\n")
+        self.assertIn("clock synchronized\nschedules 1\nnext roses ", status)
+        self.assertTrue(self.json()["clockSynchronized"])
+        with self.http() as client:
+            self.assertIn("date", client.send(REQUEST).answer()[1])
+
+
+class Moisture(GardendTest):
+    options = ("--sample", "1")
+
+    def test_is_sampled_again_and_again(self):
+        """At midnight the count begins anew, so it may be small twice."""
+        def count():
+            return int(re.search(r"(?m)^roses (\d+) ", self.ask(b"moisture\n")).group(1))
+        self.assertRegex(self.ask(b"moisture\n"),
+                         r"\A([a-z]+ \d+ \d+\.\d \d+\.\d \d+\.\d\n){4}OK\n\Z")
+        until(lambda: count() > 1, "a second sample")
+
+
+class VirtualTime(GardendTest):
+    """The daemon under a clock that moves only when it is told to, from a Monday on."""
+
+    def setUp(self):
+        if not SIMULATOR:
+            self.skipTest("needs evlp-sim (--simulator), which does not go with sanitizers and "
+                          "valgrind")
+        super().setUp()
+
+    def start_daemon(self):
+        self.clock = os.path.join(self.folder.name, "clock")
+        return Daemon(self.folder.name, "--tick", "1000", *self.options,
+                      wrapper=[SIMULATOR, "run", "--control", self.clock, "--date",
+                               "2026-11-16 00:00:00", "--"],
+                      environment={"TZ": "UTC0"})
+
+    def evlp_sim(self, *arguments):
+        subprocess.run([SIMULATOR, "--control", self.clock, *arguments], check=True,
+                       stdout=subprocess.DEVNULL, timeout=DEADLINE)
+
+    def advance(self, seconds):
+        self.evlp_sim("advance", str(seconds))
+
+    def to(self, date):
+        self.evlp_sim("to", date)
+
+    def line(self, request, start):
+        """The rest of the line of an answer that has this start."""
+        return re.search("(?m)^%s (.*)$" % start, self.ask(request)).group(1)
+
+    def roses(self):
+        return self.line(b"zones\n", "roses")
+
+    def litres(self):
+        return self.line(b"status\n", "litres")
+
+
+class Week(VirtualTime):
+    def test_waters_by_the_calendar(self):
+        self.ask(b"schedule add roses mon,wed,fri 06:30 20\n"  # 72 litres each time
+                 b"schedule add lawn daily 21:00 30\n"         # 360 litres
+                 b"schedule add lawn sun 21:20 30\n")          # ends 20 minutes later: 240 litres
+
+        total = []
+        for _ in range(7):
+            self.advance(86400)
+            total.append(self.litres())
+
+        self.assertEqual(["432.000", "792.000", "1224.000", "1584.000", "2016.000", "2376.000",
+                          "2976.000"], total)
+        log = self.daemon.read_log()
+        self.assertEqual(3, log.count("schedule 1: roses for 20 minutes"))
+        self.assertEqual(3, log.count("valve of roses opened"))
+        self.assertEqual(8, log.count(": lawn for 30 minutes"))
+        self.assertEqual(7, log.count("valve of lawn closed"))
+
+    def test_opens_and_closes_to_the_second(self):
+        self.ask(b"schedule add roses mon 06:30 20\n")
+
+        self.to("2026-11-16 06:29:59")
+        self.assertEqual("closed 0.0 0.000", self.roses())
+        self.advance(1)
+        self.assertEqual("open 0.0 0.000 1200", self.roses())
+        self.advance(600)
+        self.assertEqual("open 100.0 36.000 600", self.roses())
+        self.advance(599)
+        self.assertEqual("open 100.0 71.940 1", self.roses())
+        self.advance(1)
+        self.assertEqual("closed 100.0 72.000", self.roses())
+
+    def test_leaves_time_to_what_is_opened_by_hand(self):
+        self.ask(b"schedule add roses mon 06:30 20\nopen roses 420\n")
+        self.to("2026-11-16 06:59:59")
+        self.assertEqual("open 100.0 1511.940 1", self.roses())
+        self.advance(1)
+        self.assertEqual("closed 100.0 1512.000", self.roses())
+
+    def test_does_nothing_more_for_a_schedule_that_is_removed(self):
+        self.ask(b"schedule add roses daily 06:30 20\nschedule add lawn daily 06:30 1\n")
+        self.advance(86400)
+        self.assertEqual("84.000", self.litres())
+
+        self.ask(b"schedule remove 1\n")
+        self.advance(86400)
+
+        self.assertEqual("96.000", self.litres())
+
+    def test_keeps_the_moisture_since_midnight(self):
+        self.ask(b"schedule add roses mon 06:30 20\n")
+        self.to("2026-11-16 23:59:00")
+        self.assertEqual("1440 0.0 7.6 100.0", self.line(b"moisture\n", "roses"))
+        self.advance(60)
+        self.assertEqual("1 0.0 0.0 0.0", self.line(b"moisture\n", "roses"))
+
+
+class WeekWithoutClock(VirtualTime):
+    options = ("--wait-for-clock",)
+
+    def test_waters_only_once_the_clock_is_right(self):
+        self.ask(b"schedule add roses daily 06:30 20\n")
+        self.advance(86400)
+        self.assertEqual("0.000", self.litres())
+
+        self.ask(b"clock synchronized\n")
+        self.advance(86400)
+
+        self.assertEqual("72.000", self.litres())
 
 
 class End(GardendTest):
@@ -523,7 +756,9 @@ class Start(unittest.TestCase):
                           ("--listen", "localhost:80"), ("--listen", "127.0.0.1:"),
                           ("--listen", "127.0.0.1:-1"), ("--tick", "0"), ("--tick", "1s"),
                           ("--tick", "99999999999999999999"), ("--timeout", " 1"), ("--tick",),
-                          ("--socket", ""), ("--socket", "/" + "x" * 108), ("--bad",), ("word",)):
+                          ("--socket", ""), ("--socket", "/" + "x" * 108), ("--bad",), ("word",),
+                          ("--sample", "0"), ("--sample", "86401"), ("--sample", ""),
+                          ("--wait-for-clock=yes",)):
             status, output, complaint = self.gardend(*arguments)
             self.assertEqual((2, ""), (status, output), arguments)
             self.assertTrue(complaint)
@@ -571,13 +806,15 @@ class Start(unittest.TestCase):
 
 
 def main():
-    global PROGRAMS, WRAPPER
+    global PROGRAMS, WRAPPER, SIMULATOR
     parser = argparse.ArgumentParser(add_help=False)
     parser.add_argument("--programs", required=True)
     parser.add_argument("--wrapper", default="")
+    parser.add_argument("--simulator", default="")
     arguments, rest = parser.parse_known_args()
     PROGRAMS = os.path.abspath(arguments.programs)
     WRAPPER = shlex.split(arguments.wrapper)
+    SIMULATOR = arguments.simulator and os.path.abspath(arguments.simulator)
     unittest.main(argv=[sys.argv[0], *rest])
 
 

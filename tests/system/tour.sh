@@ -7,26 +7,11 @@
 set -uo pipefail
 
 PATH=$(cd "$1" && pwd):$PATH
-daemon=
-folder=$(mktemp -d) || exit 1
-trap 'kill $daemon 2>/dev/null; rm -rf "$folder"' EXIT
-failures=0
+. "$(dirname "$0")/transcript.sh"
 
 # As everybody has it: no proxy, no settings of the person who runs this.
 curl() {
     command curl -q --noproxy '*' "$@"
-}
-
-# Shows a command and its answer, which has to match a pattern.
-expect() {  # EXIT_STATUS PATTERN COMMAND
-    local answer status
-    answer=$(eval "$3" 2>&1)
-    status=$?
-    printf '\n$ %s\n%s\n' "$3" "${answer//$'\r'/}"
-    if ((status != $1)) || ! grep -qE -- "$2" <<<"$answer"; then
-        printf '!!! exit status %d; expected was %d and an answer like: %s\n' "$status" "$1" "$2"
-        failures=$((failures + 1))
-    fi
 }
 
 # Repeats a command until its answer matches a pattern: the clients themselves are the pause.
@@ -37,17 +22,7 @@ repeat_until() {  # PATTERN COMMAND
     done
 }
 
-mkfifo "$folder/output" || exit 1
-printf '$ gardend --listen 127.0.0.1:0 --socket control --tick 20\n'
-timeout 300 gardend --listen 127.0.0.1:0 --socket "$folder/control" --tick 20 >"$folder/output" &
-daemon=$!
-exec 3<"$folder/output"
-if ! IFS=' ' read -r -t 30 -u 3 name ready url control; then
-    echo "gardend does not start"
-    exit 1
-fi
-printf '%s %s %s control\n' "$name" "$ready" "$url"
-cd "$folder" || exit 1
+start_daemon "gardend --listen 127.0.0.1:0 --socket control --tick 20"
 
 echo
 echo "--- The status page, for people and for programs ---"
@@ -66,11 +41,28 @@ expect 0 '^roses open ' "gardenctl --socket control zones"
 expect 0 '^open 1$' "gardenctl --socket control status"
 expect 0 '^$' "gardenctl --socket control close roses"
 expect 0 '^open 0$' "gardenctl --socket control status"
+expect 0 '^$' "gardenctl --socket control open lawn 90"
+expect 0 '^lawn open [0-9.]+ [0-9.]+ 5[0-9]{3}$' "gardenctl --socket control zones"
+expect 0 '^lawn [0-9]+ [0-9.]+ [0-9.]+ [0-9.]+$' "gardenctl --socket control moisture"
+
+echo
+echo "--- Watering by the calendar ---"
+expect 0 '^1$' "gardenctl --socket control schedule add roses mon,wed,fri 06:30 20"
+expect 0 '^2$' "gardenctl --socket control schedule add lawn daily 21:00 30"
+expect 0 '^1 roses mon,wed,fri 06:30 20$' "gardenctl --socket control schedule list"
+expect 0 '^next (roses|lawn) [a-z]{3} (06:30|21:00)$' "gardenctl --socket control status"
+expect 0 '<td>mon,wed,fri</td><td>06:30</td>' "curl -s $url | grep mon,wed,fri"
+expect 0 '^$' "gardenctl --socket control schedule remove 1"
+expect 0 '^2 lawn daily 21:00 30$' "gardenctl --socket control schedule list"
 
 echo
 echo "--- What it refuses ---"
 expect 1 'no such zone' "gardenctl --socket control open ivy"
 expect 2 'Try gardenctl --help' "gardenctl --socket control water everything"
+expect 1 'no such zone' "gardenctl --socket control schedule add ivy daily 06:30 20"
+expect 2 'the time must be' "gardenctl --socket control schedule add lawn daily 25:00 20"
+expect 2 'the minutes must be' "gardenctl --socket control open roses soon"
+expect 1 'no such schedule' "gardenctl --socket control schedule remove 1"
 expect 1 'no gardend' "gardenctl --socket nowhere status"
 expect 0 '^HTTP/1.1 404 Not Found' "curl -si ${url}cellar"
 expect 0 '^Allow: GET, HEAD' "curl -si --data water=yes $url"
@@ -79,18 +71,4 @@ expect 0 '^HTTP/1.1 413 Content Too Large' \
     "head -c 100000 /dev/zero | curl -si --header Expect: --data-binary @- $url"
 expect 0 '^HTTP/1.1 431 ' "curl -si --header \"A: \$(printf '%09000d' 0)\" $url"
 
-echo
-echo "--- The end ---"
-expect 0 '^$' "gardenctl --socket control quit"
-wait "$daemon"
-status=$?
-printf '\n(gardend has ended with exit status %d)\n' "$status"
-((status == 0)) || failures=$((failures + 1))
-expect 1 'no gardend' "gardenctl --socket control status"
-
-echo
-if ((failures > 0)); then
-    echo "$failures answers were not the expected ones."
-    exit 1
-fi
-echo "Every answer was the expected one."
+finish

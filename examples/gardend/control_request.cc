@@ -1,0 +1,124 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#include "control_request.h"
+
+#include <limits.h>
+#include <string.h>
+
+#include "words.h"
+
+namespace gardend {
+
+namespace {
+
+constexpr char kUnknown[] = "unknown request";
+constexpr char kBadDays[] = "the days must be daily, or a list such as mon,wed,fri";
+constexpr char kBadTime[] = "the time must be between 00:00 and 23:59";
+constexpr char kBadMinutes[] = "the minutes must be a number from 1 to 1440";
+constexpr char kBadNumber[] = "a schedule is known by its number, from 1 on";
+constexpr char kBadCount[] = "a schedule needs ZONE DAYS HH:MM MINUTES";
+
+constexpr int kMaxMinutes = 1440;
+
+/** The words of a line. */
+struct Words {
+    static constexpr int kMost = 7;  // one more than any request has
+
+    char text[kMaxControlLine];
+    const char* words[kMost];
+    int count = 0;  // of a longer line, kMost
+
+    const char* operator[](int index) const { return words[index]; }
+};
+
+void split(const char* line, Words& words) {
+    strcpy(words.text, line);
+    char* rest = words.text;
+    while (rest != nullptr && words.count < Words::kMost) {
+        words.words[words.count] = rest;
+        ++words.count;
+        rest = strchr(rest, ' ');
+        if (rest != nullptr) {
+            *rest = '\0';
+            ++rest;
+        }
+    }
+}
+
+/** How a kind of request looks: its first words, and how many words it may have. */
+struct Form {
+    ControlRequest::Kind kind;
+    const char* first;
+    const char* second;  // null: any word, or none
+    int fewest;
+    int most;
+    const char* complaint;  // about the number of words
+};
+
+constexpr Form kForms[] = {
+    {ControlRequest::kStatus, "status", nullptr, 1, 1, kUnknown},
+    {ControlRequest::kZones, "zones", nullptr, 1, 1, kUnknown},
+    {ControlRequest::kMoisture, "moisture", nullptr, 1, 1, kUnknown},
+    {ControlRequest::kOpen, "open", nullptr, 2, 3, kUnknown},
+    {ControlRequest::kClose, "close", nullptr, 2, 2, kUnknown},
+    {ControlRequest::kAddSchedule, "schedule", "add", 6, 6, kBadCount},
+    {ControlRequest::kListSchedules, "schedule", "list", 2, 2, kUnknown},
+    {ControlRequest::kRemoveSchedule, "schedule", "remove", 3, 3, kBadNumber},
+    {ControlRequest::kClockSynchronized, "clock", "synchronized", 2, 2, kUnknown},
+    {ControlRequest::kQuit, "quit", nullptr, 1, 1, kUnknown},
+};
+
+const Form* findForm(const Words& words) {
+    for (const Form& form : kForms) {
+        if (strcmp(words[0], form.first) == 0 &&
+            (form.second == nullptr || (words.count > 1 && strcmp(words[1], form.second) == 0))) {
+            return &form;
+        }
+    }
+    return nullptr;
+}
+
+const char* readMinutes(const char* word, ControlRequest& request) {
+    return readNumber(word, 1, kMaxMinutes, request.minutes) ? nullptr : kBadMinutes;
+}
+
+const char* readSchedule(const Words& words, ControlRequest& request) {
+    strcpy(request.zone, words[2]);
+    if (!readDays(words[3], request.days)) {
+        return kBadDays;
+    }
+    if (!readTimeOfDay(words[4], request.hour, request.minute)) {
+        return kBadTime;
+    }
+    return readMinutes(words[5], request);
+}
+
+}  // namespace
+
+const char* readRequest(const char* line, ControlRequest& request) {
+    Words words;
+    split(line, words);
+    const Form* const form = findForm(words);
+    if (form == nullptr) {
+        return kUnknown;
+    }
+    if (words.count < form->fewest || words.count > form->most) {
+        return form->complaint;
+    }
+
+    request.kind = form->kind;
+    switch (form->kind) {
+        case ControlRequest::kOpen:
+        case ControlRequest::kClose:
+            strcpy(request.zone, words[1]);
+            return words.count == 3 ? readMinutes(words[2], request) : nullptr;
+        case ControlRequest::kAddSchedule:
+            return readSchedule(words, request);
+        case ControlRequest::kRemoveSchedule:
+            return readNumber(words[2], 1, INT_MAX, request.number) ? nullptr : kBadNumber;
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace gardend
