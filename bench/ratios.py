@@ -20,6 +20,8 @@ PEERS = ["zol", "zol_own", "evlp", "limit", "std", "libevent", "libevent_exact",
 PROGRAMS = [
     ("dispatch_bench", "Dispatch of descriptors", "/10000"),
     ("timer_bench", "Timers", "/1000000"),
+    ("period_bench", "Periodic timers", "/none"),
+    ("sched_bench", "Schedules", "/100000"),
     ("echo_bench", "Servers", "/1000"),
     ("str_bench", "Strings", "/(1024|16384|65536)"),
     ("tab_bench", "Tables", "/(16384|65536)"),
