@@ -249,11 +249,7 @@ TEST_F(Start, TwiceUsesTheSameTimer) {
 
     start();
 
-    ASSERT_EQ(1u, evlp_sim_countCalls());
-    evlp_sim_call call;
-    ASSERT_EQ(0, evlp_sim_getCall(0, &call));
-    EXPECT_EQ(EVLP_SIM_TIMER_START, call.function);
-    EXPECT_EQ(7 * 3600 * 1000, call.arguments[0]);
+    EXPECT_THAT(VirtualLoop::recordedCalls(), ElementsAre("timer_startCtx(25200000)"));
 }
 
 TEST_F(Start, OpensOneTimerOfPriorityEight) {
@@ -261,15 +257,8 @@ TEST_F(Start, OpensOneTimerOfPriorityEight) {
 
     start();
 
-    ASSERT_EQ(2u, evlp_sim_countCalls());
-    evlp_sim_call call;
-    ASSERT_EQ(0, evlp_sim_getCall(0, &call));
-    EXPECT_EQ(EVLP_SIM_TIMER_OPEN, call.function);
-    EXPECT_EQ(loop.get(), call.loop);
-    EXPECT_EQ(8, call.arguments[1]);
-    ASSERT_EQ(0, evlp_sim_getCall(1, &call));
-    EXPECT_EQ(EVLP_SIM_TIMER_START, call.function);
-    EXPECT_EQ(86400 * 1000, call.arguments[0]);
+    EXPECT_THAT(VirtualLoop::recordedCalls(),
+                ElementsAre("timer_openCtx(0, 8)", "timer_startCtx(86400000)"));
 }
 
 TEST_F(Start, DoesNotReportThatTheServiceRefusesAndAsksAgainTheNextTime) {
@@ -307,16 +296,9 @@ TEST_F(Stop, ClosesTheTimer) {
 
     EXPECT_EQ(0, handler->stop());
 
-    // Disarmed by the handler, disarmed and closed with the timer's event.
-    const evlp_sim_function expected[] = {EVLP_SIM_TIMER_STOP, EVLP_SIM_TIMER_STOP,
-                                          EVLP_SIM_TIMER_CLOSE};
-    ASSERT_EQ(3u, evlp_sim_countCalls());
-    for (size_t i = 0; i != 3; ++i) {
-        evlp_sim_call call;
-        ASSERT_EQ(0, evlp_sim_getCall(i, &call));
-        EXPECT_EQ(expected[i], call.function);
-        EXPECT_EQ(0, call.error);
-    }
+    // Disarmed by the handler, then disarmed and closed with the timer's event.
+    EXPECT_THAT(VirtualLoop::recordedCalls(),
+                ElementsAre("timer_stopCtx()", "timer_stopCtx()", "timer_closeCtx()"));
 }
 
 TEST_F(Stop, KeepsEverybodyFromBeingCalled) {
@@ -596,12 +578,14 @@ TEST_F(DailyCycle, UsesOneTimerFromArmingToArming) {
 
     runUntil("Wed 12:00:00");
 
-    for (size_t i = 0; i != evlp_sim_countCalls(); ++i) {
-        evlp_sim_call call;
-        ASSERT_EQ(0, evlp_sim_getCall(i, &call));
-        EXPECT_EQ(EVLP_SIM_TIMER_START, call.function);
-    }
-    EXPECT_EQ(11u, evlp_sim_countCalls());  // three a day: 7:00, 8:00, midnight
+
+    EXPECT_THAT(VirtualLoop::recordedCalls(),
+                ElementsAre("timer_startCtx(3600000)", "timer_startCtx(57600000)",
+                            "timer_startCtx(25200000)", "timer_startCtx(3600000)",
+                            "timer_startCtx(57600000)", "timer_startCtx(25200000)",
+                            "timer_startCtx(3600000)", "timer_startCtx(57600000)",
+                            "timer_startCtx(25200000)", "timer_startCtx(3600000)",
+                            "timer_startCtx(57600000)"));
 }
 
 TEST_F(DailyCycle, HandsAllOfAWalkTheSameTime) {

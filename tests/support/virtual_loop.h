@@ -43,6 +43,19 @@ class VirtualLoop {
         return delays;
     }
 
+    /** The calls of the service since evlp_sim_record(1): "timer_startCtx(1000)". */
+    static std::vector<std::string> recordedCalls() {
+        std::vector<std::string> texts(evlp_sim_countCalls());
+        for (size_t i = 0; i != texts.size(); ++i) {
+            evlp_sim_call call;
+            char text[200];
+            EXPECT_EQ(0, evlp_sim_getCall(i, &call));
+            evlp_sim_describe(&call, text, sizeof text);
+            texts[i] = text;
+        }
+        return texts;
+    }
+
   private:
     evlp_thread_str* m_loop;
 };
