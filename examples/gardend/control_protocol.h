@@ -23,14 +23,13 @@
  *                                for 1 to 1440 minutes from now, whatever was said before
  *     close ZONE                 none; the valve is closed now
  *     schedule add ZONE DAYS HH:MM MINUTES
- *                                the number of the new schedule: on these days, at this time, the
- *                                valve opens for 1 to 1440 minutes, or stays open for longer where
- *                                it is open for longer already. DAYS is "daily", or a list of mon,
- *                                tue, wed, thu, fri, sat, sun with commas: "mon,wed,fri"
- *     schedule list              for each schedule "NUMBER ZONE DAYS HH:MM MINUTES"
- *     schedule remove NUMBER     none; a valve that it has opened stays open for its time
- *     clock synchronized         none; from now on the clock of the machine counts as right
- *     quit                       none; the daemon ends
+ *                                the number of the new schedule: on these days, at this local time
+ *                                (00:01 to 23:59), the valve opens for 1 to 1440 minutes, or stays
+ *                                open for longer where it is open for longer already. DAYS is
+ * "daily", or a list of mon, tue, wed, thu, fri, sat, sun with commas: "mon,wed,fri" schedule list
+ * for each schedule "NUMBER ZONE DAYS HH:MM MINUTES" schedule remove NUMBER     none; a valve that
+ * it has opened stays open for its time clock synchronized         none; from now on the clock of
+ * the machine counts as right. To be said again whenever it has been set quit none; the daemon ends
  *
  * Lines end with LF and are UTF-8. After a line that is too long the daemon closes the connection.
  * There are 64 schedules at most; they live as long as the daemon.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kUnknown[] = "unknown request";
 constexpr char kBadDays[] = "the days must be daily, or a list such as mon,wed,fri";
-constexpr char kBadTime[] = "the time must be between 00:00 and 23:59";
+constexpr char kBadTime[] = "the time must be between 00:01 and 23:59";
 constexpr char kBadMinutes[] = "the minutes must be a number from 1 to 1440";
 constexpr char kBadNumber[] = "a schedule is known by its number, from 1 on";
 constexpr char kBadCount[] = "a schedule needs ZONE DAYS HH:MM MINUTES";
@@ -79,7 +79,7 @@ const Form* findForm(const Words& words) {
 }
 
 const char* readMinutes(const char* word, ControlRequest& request) {
-    return readNumber(word, 1, kMaxMinutes, request.minutes) ? nullptr : kBadMinutes;
+    return readNumber(word, 1, kMaxMinutes, request.runMinutes) ? nullptr : kBadMinutes;
 }
 
 const char* readSchedule(const Words& words, ControlRequest& request) {
@@ -87,7 +87,9 @@ const char* readSchedule(const Words& words, ControlRequest& request) {
     if (!readDays(words[3], request.days)) {
         return kBadDays;
     }
-    if (!readTimeOfDay(words[4], request.hour, request.minute)) {
+    // Midnight itself the scheduler may pass over, should its look at the new day come late.
+    if (!readTimeOfDay(words[4], request.hour, request.minute) ||
+        request.hour + request.minute == 0) {
         return kBadTime;
     }
     return readMinutes(words[5], request);

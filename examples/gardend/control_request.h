@@ -29,8 +29,8 @@ struct ControlRequest {
     uint8_t days = 0;                 // ZOL_SUNDAY to ZOL_SATURDAY, or-ed
     uint8_t hour = 0;
     uint8_t minute = 0;
-    int minutes = 0;  // that a valve is open
-    int number = 0;   // of a schedule
+    int runMinutes = 0;  // that a valve is open
+    int number = 0;      // of a schedule
 };
 
 /**

@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kMaxConnections = 16;
 constexpr char kNoZone[] = "no such zone";
+constexpr char kNoMemory[] = "no memory";
 
 void listStatus(const CGarden& garden, const CWateringPlan& plan, CText& out) {
     const bool clockIsRight = zol::CTime::synchronized != 0;
@@ -60,7 +61,8 @@ void listSchedules(const CWateringPlan& plan, CText& out) {
         char days[kDaysSize];
         writeDays(schedule.days, days);
         out.addFormat("%d ", schedule.number).add(schedule.zone->getName());
-        out.addFormat(" %s %02d:%02d %d\n", days, schedule.hour, schedule.minute, schedule.minutes);
+        out.addFormat(" %s %02d:%02d %d\n", days, schedule.hour, schedule.minute,
+                      schedule.runMinutes);
     }
 }
 
@@ -155,11 +157,11 @@ const char* CControlDialog::openValve(const ControlRequest& request) {
     if (zone == nullptr) {
         return kNoZone;
     }
-    if (request.minutes == 0) {
+    if (request.runMinutes == 0) {
         zone->open();
         return nullptr;
     }
-    return zone->openFor(zol::CTime(request.minutes * int64_t{60000000})) ? nullptr : "no timer";
+    return zone->openFor(minutesOf(request.runMinutes)) ? nullptr : "no timer";
 }
 
 const char* CControlDialog::closeValve(const ControlRequest& request) {
@@ -176,20 +178,25 @@ const char* CControlDialog::addSchedule(const ControlRequest& request, CText& an
     if (zone == nullptr) {
         return kNoZone;
     }
-    const int number =
-        m_plan.add({zone, request.days, request.hour, request.minute, request.minutes, 0, nullptr});
+    Schedule schedule;
+    schedule.zone = zone;
+    schedule.days = request.days;
+    schedule.hour = request.hour;
+    schedule.minute = request.minute;
+    schedule.runMinutes = request.runMinutes;
+    const int number = m_plan.add(schedule);
     if (number < 0) {
-        return number == CWateringPlan::kFull ? "there are too many schedules" : "no memory";
+        return number == CWateringPlan::kFull ? "there are too many schedules" : kNoMemory;
     }
     answer.addFormat("%d\n", number);
     return nullptr;
 }
 
-// The scheduler looks once a minute whether it may begin.
+// The plan looks at once: what is next may come within the minute.
 const char* CControlDialog::trustClock() {
     syslog(LOG_NOTICE, "the clock is right");
     zol::CTime::synchronized = 1;
-    return nullptr;
+    return m_plan.start() ? nullptr : kNoMemory;
 }
 
 // The answer leaves before the loop ends: it finishes its turn.

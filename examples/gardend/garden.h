@@ -28,7 +28,8 @@ class CGarden : public zol::CEventDest<CGarden, void> {
      * @param thread        the loop; must live longer than the garden
      * @param tickPeriod    between two looks at the zones
      * @param samplePeriod  between two samples of a zone's moisture
-     * @return              false when there is no timer
+     * @return              false when there is no timer for run times; that there is none for the
+     *                      tick or for samples is not reported
      */
     bool start(evlp_thread_str* thread, const zol::CTime& tickPeriod,
                const zol::CTime& samplePeriod);

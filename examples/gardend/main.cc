@@ -166,9 +166,9 @@ int main(int argc, char** argv) {
     }
 
     openlog("gardend", options.logToTerminal ? LOG_PERROR : 0, LOG_DAEMON);
-    setlogmask(LOG_UPTO(LOG_INFO));
-    signal(SIGPIPE, SIG_IGN);  // a reader of our output that has gone must not end us
-    umask(077);                // the control socket is for its owner
+    setlogmask(LOG_UPTO(LOG_NOTICE));  // the library tells what it does at LOG_INFO
+    signal(SIGPIPE, SIG_IGN);          // a reader of our output that has gone must not end us
+    umask(077);                        // the control socket is for its owner
     zol::CTime::synchronized = options.waitForClock ? 0 : 1;
     return gardend::serve(options);
 }

@@ -35,7 +35,7 @@ footer { margin-top: 1rem; color: #678; }
 <body>
 <h1>The garden 🌱</h1>
 <table>
-<tr><th>Zone</th><th>Valve</th><th>Moisture</th><th>Today</th><th class="number">Delivered</th></tr>
+<tr><th>Zone</th><th>Valve</th><th>Moisture</th><th>Moisture today</th><th class="number">Delivered</th></tr>
 )";
 
 constexpr char kScheduleHead[] = R"(<h2>Every week</h2>
@@ -73,7 +73,7 @@ void addRow(const Schedule& schedule, CText& out) {
     writeDays(schedule.days, days);
     out.add("<tr><td>").addHtml(schedule.zone->getName());
     out.addFormat("</td><td>%s</td><td>%02d:%02d</td>", days, schedule.hour, schedule.minute);
-    out.addFormat("<td class=\"number\">%d</td></tr>\n", schedule.minutes);
+    out.addFormat("<td class=\"number\">%d</td></tr>\n", schedule.runMinutes);
 }
 
 void addNext(const CWateringPlan& plan, CText& out) {
@@ -107,7 +107,7 @@ void addObject(const Schedule& schedule, CText& out) {
     out.addFormat("{\"number\":%d,\"zone\":\"", schedule.number);
     out.addJson(schedule.zone->getName());
     out.addFormat("\",\"days\":\"%s\",\"time\":\"%02d:%02d\",\"minutes\":%d}", days, schedule.hour,
-                  schedule.minute, schedule.minutes);
+                  schedule.minute, schedule.runMinutes);
 }
 
 }  // namespace

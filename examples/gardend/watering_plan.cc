@@ -15,7 +15,10 @@ int minuteOfWeek(int day, int hour, int minute) {
     return (day * 24 + hour) * 60 + minute;
 }
 
-// The scheduler keeps a word for each client: the number of its schedule.
+// No schedule has this number.
+constexpr int kHourly = 0;
+
+// The scheduler keeps a word for each user: the number of its schedule.
 void* wordOf(int number) {
     return reinterpret_cast<void*>(static_cast<intptr_t>(number));
 }
@@ -30,11 +33,35 @@ CWateringPlan::~CWateringPlan() {
     (void)m_handler.stop();  // its timer would call a handler that is gone
 }
 
+bool CWateringPlan::start() {
+    if (m_hourly == nullptr && !lookHourly()) {
+        return false;
+    }
+    return m_handler.start() == 0;
+}
+
+// In minute 1: of minute 0 of the day the scheduler is not sure.
+bool CWateringPlan::lookHourly() {
+    sched_user_s* const user = m_handler.createUser(this, wordOf(kHourly));
+    if (user == nullptr) {
+        return false;
+    }
+    for (uint8_t hour = 0; hour < 24; ++hour) {
+        if (m_handler.addSchedule(user, {127, hour, 1, 0, {0, 0}}) != 0) {
+            forget(user);
+            return false;
+        }
+    }
+    m_hourly = user;
+    return true;
+}
+
 int CWateringPlan::add(Schedule schedule) {
     if (m_schedules.getCount() >= kMaxSchedules) {
         return kFull;
     }
     schedule.number = m_lastNumber + 1;
+    schedule.lastDay = 0;
     schedule.user = m_handler.createUser(this, wordOf(schedule.number));
     if (schedule.user == nullptr) {
         return kNoMemory;
@@ -71,22 +98,27 @@ void CWateringPlan::forget(sched_user_s* user) {
 
 // Every change stops the handler.
 bool CWateringPlan::restart() {
-    if (m_handler.start() != 0) {
+    if (m_hourly != nullptr && m_handler.start() != 0) {
         syslog(LOG_ERR, "no memory: nothing is watered until the next change of the schedules");
         return false;
     }
     return true;
 }
 
-void CWateringPlan::onScheduledEvent(tm, void* context) {
+void CWateringPlan::onScheduledEvent(tm now, void* context) {
     const int index = indexOf(numberIn(context));
     if (index < 0) {
-        return;
+        return;  // an hour has passed
     }
-    const Schedule& schedule = m_schedules[index];
+    Schedule& schedule = m_schedules.getTable()[index];
+    const int day = now.tm_year * 366 + now.tm_yday;
+    if (schedule.lastDay == day) {
+        return;  // the plan was changed in this very second, or clocks have been put back
+    }
+    schedule.lastDay = day;
     syslog(LOG_NOTICE, "schedule %d: %s for %d minutes", schedule.number, schedule.zone->getName(),
-           schedule.minutes);
-    (void)schedule.zone->openAtLeast(zol::CTime(schedule.minutes * int64_t{60000000}));
+           schedule.runMinutes);
+    (void)schedule.zone->openAtLeast(minutesOf(schedule.runMinutes));
 }
 
 int CWateringPlan::indexOf(int number) const {

@@ -15,13 +15,16 @@ namespace gardend {
 
 /** When a zone is watered, week by week, and for how long. */
 struct Schedule {
-    CZone* zone;   // not owned
-    uint8_t days;  // ZOL_SUNDAY to ZOL_SATURDAY, or-ed
-    uint8_t hour;  // local time
-    uint8_t minute;
-    int minutes;         // that the valve is open
-    int number;          // by which people know it, from 1 on; none is given twice
-    sched_user_s* user;  // the plan's own
+    CZone* zone = nullptr;  // not owned
+    uint8_t days = 0;       // ZOL_SUNDAY to ZOL_SATURDAY, or-ed
+    uint8_t hour = 0;       // local time
+    uint8_t minute = 0;
+    int runMinutes = 0;  // that the valve is open
+
+    // The plan's own.
+    int number = 0;                // by which people know it, from 1 on; none is given twice
+    sched_user_s* user = nullptr;  // of the calendar scheduler
+    int lastDay = 0;               // on which it has watered
 };
 
 /** The watering that comes next. */
@@ -33,10 +36,14 @@ struct NextWatering {
 /**
  * Opens the valves at their times of the week.
  *
- * Each schedule is a client of the calendar scheduler of its own, because clients can be taken out
- * one by one. Nothing is watered while it is not known that the clock is right, nor made up for
- * later. Schedules of a zone may overlap: the one that ends last closes the valve. The loop's
- * thread.
+ * Each schedule is a user of the calendar scheduler of its own, because users can be taken out one
+ * by one. Nothing is watered while it is not known that the clock is right, and what has been
+ * missed then is not made up for. Schedules of a zone may overlap: the one that ends last closes
+ * the valve. A schedule waters once a day. The loop's thread.
+ *
+ * The scheduler waits for what comes next, however far that is, and a clock that is set meanwhile,
+ * or put forward in spring, makes it late. So the plan gives it something to wait for in every
+ * hour.
  */
 class CWateringPlan : public zol::IScheduleClient {
   public:
@@ -50,13 +57,14 @@ class CWateringPlan : public zol::IScheduleClient {
     CWateringPlan(const CWateringPlan&) = delete;
     CWateringPlan& operator=(const CWateringPlan&) = delete;
 
-    /** Begins to follow the clock. @return false when there is no memory */
-    bool start() { return m_handler.start() == 0; }
+    /** Begins to follow the clock, or looks at it anew after it has been set. @return false when
+     *  there is no memory */
+    bool start();
 
     /**
      * Adds a schedule.
      *
-     * @param schedule  its number and its user do not count
+     * @param schedule  what is the plan's own does not count
      * @return          its number; an Error, below 0, with the plan as it was
      */
     int add(Schedule schedule);
@@ -81,9 +89,11 @@ class CWateringPlan : public zol::IScheduleClient {
   private:
     int indexOf(int number) const;
     void forget(sched_user_s* user);
+    bool lookHourly();
     bool restart();
 
     zol::CScheduleHandler m_handler;
+    sched_user_s* m_hourly = nullptr;  // waits for every hour; null before the start
     zol::CTab<Schedule> m_schedules;
     int m_lastNumber = 0;
 };

@@ -28,7 +28,7 @@ zol::CTime monotonicTime() {
 // As long as the clock is not set, days are counted from the start of the system.
 int today() {
     tm now = {};
-    zol::CTime::getCurrent().getTm(now, 1);
+    zol::CTime::getCurrent().getTm(now, zol::CTime::synchronized);
     return now.tm_year * 366 + now.tm_yday;
 }
 
@@ -125,7 +125,7 @@ int CZone::getSecondsLeft() const {
         return 0;
     }
     const int64_t left = (m_closesAt - monotonicTime()).getMicroseconds();
-    return left > 0 ? static_cast<int>((left + 999999) / 1000000) : 0;
+    return left > 0 ? static_cast<int>((left + 999999) / 1000000) : 1;  // at any moment
 }
 
 }  // namespace gardend

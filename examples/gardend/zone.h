@@ -13,6 +13,11 @@
 
 namespace gardend {
 
+/** @return so many minutes */
+constexpr zol::CTime minutesOf(int count) {
+    return zol::CTime(count * int64_t{60000000});
+}
+
 /**
  * One part of the garden, with its valve and its moisture sensor.
  *
@@ -35,7 +40,8 @@ class CZone : public zol::CEventDest<CZone, void> {
      * Begins to live with the clock and to sample, at once for the first time.
      *
      * @param thread  the loop; must live longer than the zone
-     * @return        false when there is no timer
+     * @return        false when there is no timer for run times; that there is none for samples is
+     *                not reported
      */
     bool start(evlp_thread_str* thread, const zol::CTime& samplePeriod);
 
@@ -65,7 +71,7 @@ class CZone : public zol::CEventDest<CZone, void> {
 
     const char* getName() const { return m_name; }
     bool isOpen() const { return m_open; }
-    /** @return whole seconds until the valve closes by itself, rounded up; 0: it does not */
+    /** @return whole seconds until the valve closes by itself, at least 1; 0: it does not */
     int getSecondsLeft() const;
     int64_t getMillilitres() const { return m_nanolitres / 1000000; }
     int getMoisturePermille() const { return static_cast<int>(m_moisture / (kSoaked / 1000)); }

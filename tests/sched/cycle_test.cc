@@ -578,7 +578,6 @@ TEST_F(DailyCycle, UsesOneTimerFromArmingToArming) {
 
     runUntil("Wed 12:00:00");
 
-
     EXPECT_THAT(VirtualLoop::recordedCalls(),
                 ElementsAre("timer_startCtx(3600000)", "timer_startCtx(57600000)",
                             "timer_startCtx(25200000)", "timer_startCtx(3600000)",

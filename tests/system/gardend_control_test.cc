@@ -41,12 +41,12 @@ TEST(ControlRequest, OpensAZoneForGoodOrForMinutes) {
     const ControlRequest forGood = read("open roses");
     EXPECT_EQ(ControlRequest::kOpen, forGood.kind);
     EXPECT_STREQ("roses", forGood.zone);
-    EXPECT_EQ(0, forGood.minutes);
+    EXPECT_EQ(0, forGood.runMinutes);
 
     const ControlRequest forMinutes = read("open roses 90");
     EXPECT_EQ(ControlRequest::kOpen, forMinutes.kind);
     EXPECT_STREQ("roses", forMinutes.zone);
-    EXPECT_EQ(90, forMinutes.minutes);
+    EXPECT_EQ(90, forMinutes.runMinutes);
 }
 
 TEST(ControlRequest, ClosesAZone) {
@@ -64,7 +64,7 @@ TEST(ControlRequest, AddsASchedule) {
     EXPECT_EQ(ZOL_MONDAY | ZOL_FRIDAY, request.days);
     EXPECT_EQ(6, request.hour);
     EXPECT_EQ(30, request.minute);
-    EXPECT_EQ(20, request.minutes);
+    EXPECT_EQ(20, request.runMinutes);
 }
 
 TEST(ControlRequest, ListsAndRemovesSchedules) {

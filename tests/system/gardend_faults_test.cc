@@ -50,10 +50,11 @@ TEST(WateringPlanFaults, LeaveThePlanAsItWasOrWithTheNewSchedule) {
     bool failed = true;
     for (int nth = 1; failed; ++nth) {
         gardend::CWateringPlan plan(loop.getThread());
-        ASSERT_EQ(1, plan.add({&zone, ZOL_MONDAY, 6, 30, 20, 0, nullptr}));
+        ASSERT_TRUE(plan.start());
+        ASSERT_EQ(1, plan.add({&zone, ZOL_MONDAY, 6, 30, 20}));
 
         AllocFaults::failNth(nth);
-        const int number = plan.add({&zone, ZOL_MONDAY | ZOL_FRIDAY, 7, 0, 5, 0, nullptr});
+        const int number = plan.add({&zone, ZOL_MONDAY | ZOL_FRIDAY, 7, 0, 5});
         failed = AllocFaults::hasFailed();
         AllocFaults::failNth(0);
 
@@ -62,7 +63,7 @@ TEST(WateringPlanFaults, LeaveThePlanAsItWasOrWithTheNewSchedule) {
             EXPECT_EQ(gardend::CWateringPlan::kNoMemory, number);
         }
         EXPECT_EQ(number < 0 ? 1 : 2, plan.getSchedules().getCount());
-        EXPECT_LT(0, plan.add({&zone, ZOL_MONDAY, 6, 30, 20, 0, nullptr}));
+        EXPECT_LT(0, plan.add({&zone, ZOL_MONDAY, 6, 30, 20}));
         EXPECT_TRUE(plan.remove(1));
     }
 }

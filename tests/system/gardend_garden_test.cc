@@ -176,7 +176,7 @@ class StatusPage : public ::testing::Test {
     }
 
     void schedule(const char* name, uint8_t days, uint8_t hour, uint8_t minute, int minutes) {
-        ASSERT_LT(0, m_plan.add({&zone(m_garden, name), days, hour, minute, minutes, 0, nullptr}));
+        ASSERT_LT(0, m_plan.add({&zone(m_garden, name), days, hour, minute, minutes}));
     }
 
     CGarden m_garden;

@@ -108,6 +108,7 @@ TEST_F(RunTime, EndsWhenTheValveIsClosed) {
 
     zone("roses").close();
     EXPECT_EQ(0, zone("roses").getSecondsLeft());
+    EXPECT_THAT(VirtualLoop::armedTimersMs(), ElementsAre(1000, 60000));  // the tick, the samples
     pass(kMinute);
     zone("roses").open();
     pass(kTenMinutes);
@@ -251,7 +252,7 @@ class WateringPlan : public GardenInTime {
     }
 
     int add(const char* name, uint8_t days, uint8_t hour, uint8_t minute, int minutes) {
-        return m_plan.add({&zone(name), days, hour, minute, minutes, 0, nullptr});
+        return m_plan.add({&zone(name), days, hour, minute, minutes});
     }
 
     // "roses 06:30" where that zone comes next at that time of the day.
@@ -302,17 +303,96 @@ TEST_F(WateringPlan, WatersEveryWeekOnTheSameDays) {
     }
 }
 
-TEST_F(WateringPlan, KeepsItsTimesWhenTheClocksChange) {
+TEST_F(WateringPlan, KeepsItsTimesWhenTheClocksArePutForward) {
+    const ZoneGuard berlin("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(0, evlp_sim_setDate(dateOf("2026-03-28 12:00:00")));  // Saturday
+    start();
+    add("roses", ZOL_SUNDAY, 6, 30, 1);
+    add("lawn", ZOL_MONDAY, 0, 30, 1);
+
+    passUntil("2026-03-29 06:29:59");
+    EXPECT_FALSE(zone("roses").isOpen());
+    passUntil("2026-03-29 06:30:00");
+    EXPECT_TRUE(zone("roses").isOpen());
+    passUntil("2026-03-30 00:29:59");
+    EXPECT_FALSE(zone("lawn").isOpen());
+    passUntil("2026-03-30 00:30:00");
+    EXPECT_TRUE(zone("lawn").isOpen());
+}
+
+TEST_F(WateringPlan, WatersOnceWhenTheClocksArePutBack) {
     const ZoneGuard berlin("CET-1CEST,M3.5.0,M10.5.0/3");
     EXPECT_EQ(0, evlp_sim_setDate(dateOf("2026-10-24 12:00:00")));  // Saturday
     start();
-    add("roses", 127, 6, 30, 1);
+    add("roses", ZOL_SUNDAY, 6, 30, 1);
+    add("lawn", ZOL_SUNDAY, 2, 30, 1);
 
-    passUntil("2026-10-26 06:29:59");
-    EXPECT_EQ(3600, zone("roses").getMillilitres());
-    passUntil("2026-10-26 06:31:00");
+    passUntil("2026-10-25 06:29:59");
+    EXPECT_EQ(12000, zone("lawn").getMillilitres());
+    EXPECT_FALSE(zone("roses").isOpen());
+    passUntil("2026-10-25 06:30:00");
+    EXPECT_TRUE(zone("roses").isOpen());
+}
 
-    EXPECT_EQ(7200, zone("roses").getMillilitres());
+TEST_F(WateringPlan, FindsItsTimesWithinAnHourAfterTheClockHasBeenSet) {
+    start();
+    add("roses", ZOL_MONDAY, 8, 30, 1);
+    passUntil("2026-11-16 05:00:00");
+
+    EXPECT_EQ(0, evlp_sim_setDate(dateOf("2026-11-16 07:00:00")));
+    passUntil("2026-11-16 08:29:59");
+    EXPECT_FALSE(zone("roses").isOpen());
+    pass(kSecond);
+
+    EXPECT_TRUE(zone("roses").isOpen());
+}
+
+TEST_F(WateringPlan, DoesNotWaterAgainWhenItIsChangedInTheSecondOfAWatering) {
+    start();
+    add("roses", ZOL_MONDAY, 6, 30, 20);
+    const int other = add("lawn", ZOL_TUESDAY, 6, 30, 20);
+    passUntil("2026-11-16 06:30:00");
+    zone("roses").close();
+
+    EXPECT_TRUE(m_plan.remove(other));
+    pass(kSecond);
+
+    EXPECT_FALSE(zone("roses").isOpen());
+}
+
+TEST_F(WateringPlan, WatersAtOnceWhatBecomesDueAfterTheClockIsKnownToBeRight) {
+    zol::CTime::synchronized = 0;
+    start();
+    add("roses", ZOL_MONDAY, 6, 30, 20);
+    passUntil("2026-11-16 06:29:30");
+
+    zol::CTime::synchronized = 1;
+    EXPECT_TRUE(m_plan.start());
+    passUntil("2026-11-16 06:30:00");
+
+    EXPECT_TRUE(zone("roses").isOpen());
+}
+
+TEST_F(WateringPlan, BeginsOnlyWhenItIsStarted) {
+    GardenInTime::start();
+    add("roses", ZOL_MONDAY, 6, 30, 20);
+
+    passUntil("2026-11-16 06:30:00");
+
+    EXPECT_FALSE(zone("roses").isOpen());
+}
+
+TEST_F(WateringPlan, FollowsTheTimeOfItsZone) {
+    const ZoneGuard kolkata("IST-5:30");
+    start();
+    add("roses", ZOL_MONDAY, 6, 30, 20);
+    EXPECT_EQ("roses 1 06:30", next());
+
+    passUntil("2026-11-16 06:29:59");
+    EXPECT_FALSE(zone("roses").isOpen());
+    pass(kSecond);
+
+    EXPECT_TRUE(zone("roses").isOpen());
 }
 
 TEST_F(WateringPlan, ClosesTheValveWhenTheLastOfOverlappingSchedulesEnds) {
@@ -354,19 +434,29 @@ TEST_F(WateringPlan, LeavesAValveOpenThatWasOpenedByHand) {
     EXPECT_TRUE(zone("roses").isOpen());
 }
 
-TEST_F(WateringPlan, GoesOnAfterAChange) {
+TEST_F(WateringPlan, GoesOnAfterOneIsAdded) {
+    start();
+    add("lawn", ZOL_MONDAY, 6, 0, 1);
+    passUntil("2026-11-16 05:00:00");
+
+    add("hedge", ZOL_MONDAY, 6, 0, 1);
+    passUntil("2026-11-16 07:00:00");
+
+    EXPECT_EQ(12000, zone("lawn").getMillilitres());
+    EXPECT_EQ(7200, zone("hedge").getMillilitres());
+}
+
+TEST_F(WateringPlan, GoesOnAfterOneIsRemoved) {
     start();
     const int first = add("roses", ZOL_MONDAY, 6, 0, 1);
     add("lawn", ZOL_MONDAY, 6, 0, 1);
     passUntil("2026-11-16 05:00:00");
 
     EXPECT_TRUE(m_plan.remove(first));
-    add("hedge", ZOL_MONDAY, 6, 0, 1);
     passUntil("2026-11-16 07:00:00");
 
     EXPECT_EQ(0, zone("roses").getMillilitres());
     EXPECT_EQ(12000, zone("lawn").getMillilitres());
-    EXPECT_EQ(7200, zone("hedge").getMillilitres());
 }
 
 TEST_F(WateringPlan, LeavesTheValveOpenWhoseScheduleIsRemoved) {

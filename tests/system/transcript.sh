@@ -15,7 +15,7 @@ start_daemon() {  # COMMAND
     local name ready control
     printf '$ %s\n' "$1"
     mkfifo output || exit 1
-    eval "timeout 300 $1" >output &
+    eval "exec timeout 300 $1" >output &  # so that $! is the one to be killed
     daemon=$!
     exec 3<output
     if ! IFS=' ' read -r -t 30 -u 3 name ready url control; then
