@@ -53,9 +53,13 @@ int add(OpenLoop* self, int epoll, epoll_event* event, int fd, bool real) {
     return result;
 }
 
-// Changes a registration, or moves it to another instance of epoll.
-int change(Registration* registration, int epoll, int operation, epoll_event* event) {
+// Changes a registration, or adds it to another instance of epoll.
+int change(OpenLoop* self, Registration* registration, int epoll, int operation,
+           epoll_event* event) {
     if (registration->real && epoll_ctl(epoll, operation, registration->fd, event) < 0) {
+        if (operation == EPOLL_CTL_MOD) {  // the loop forgets it
+            self->registrations.remove(registration);
+        }
         return -1;
     }
     registration->events = event->events;
@@ -111,19 +115,14 @@ int controlEpoll(const evlp_thread_str* loop, int epoll, int operation, int fd,
         return epoll_ctl(epoll, operation, fd, event);
     }
     Registration* const present = self->registrations.find(fd);
-    if (operation == EPOLL_CTL_ADD && epoll == loop->epoll) {
-        if (present != nullptr) {
-            self->registrations.remove(present);  // forgotten by the loop
-        }
-        return add(self, epoll, event, fd, watchesReal());
-    }
     if (present == nullptr) {
-        return epoll_ctl(epoll, operation, fd, event);
+        return operation == EPOLL_CTL_ADD ? add(self, epoll, event, fd, watchesReal())
+                                          : epoll_ctl(epoll, operation, fd, event);
     }
     if (operation == EPOLL_CTL_DEL) {
         return removeOne(self, present, epoll, event);
     }
-    return change(present, epoll, operation, event);
+    return change(self, present, epoll, operation, event);
 }
 
 bool isOpen(int fd) {

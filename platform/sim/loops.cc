@@ -185,16 +185,7 @@ bool awaitsReal(OpenLoop* self) {
             return true;
         }
     }
-    if (!self->registrations.hasReal()) {
-        return false;
-    }
-    // Not those that the loop has forgotten, because they were closed.
-    for (const Registration& each : self->registrations) {
-        if (each.real && self->loop->slots[each.fd].modes != 0) {
-            return true;
-        }
-    }
-    return false;
+    return self->registrations.hasReal();
 }
 
 }  // namespace sim

@@ -118,6 +118,9 @@ TEST_F(SimAdvance, RefusesADurationThatIsNegativeOrBeyondTheEndOfTime) {
     EXPECT_EQ("-1 EINVAL", advance(-1));
     EXPECT_EQ("-1 EINVAL", advance(INT64_MAX));
     EXPECT_EQ(0, evlp_sim_now());
+
+    ASSERT_EQ(0, evlp_sim_setDate(INT64_MAX / 4));
+    EXPECT_EQ("-1 EINVAL", advance(1));
 }
 
 TEST_F(SimAdvance, TakesAPeriodicTimerThroughAYearWithoutDrift) {

@@ -54,6 +54,9 @@ TEST_F(SimParseDate, TakesTheFirstOfTwoHoursWhereClocksArePutBack) {
     parse("2026-12-01 12:00:00");
     EXPECT_EQ(1792888200, parse("2026-10-25 02:30:00"));
     EXPECT_EQ(1792893600, parse("2026-10-25 03:00:00"));
+
+    zoneIs("IST-1GMT0,M10.5.0,M3.5.0/1");  // where winter is what is called summer time
+    EXPECT_EQ(1792888200, parse("2026-10-25 01:30:00"));
 }
 
 TEST_F(SimParseDate, TakesAnHourThatIsLeftOutAnHourLater) {

@@ -167,6 +167,31 @@ TEST_F(SimReady, OfManyDescriptorsStarvesNone) {
     EXPECT_EQ(1, contexts.back().calls);
 }
 
+TEST_F(SimReady, IsLookedForFromTheStartWhereNothingWasLeftOut) {
+    Context& first = reader("first", 0);
+    first.then([&] {
+        for (int fd = 1; fd != 100; ++fd) {  // more than the first turn reports
+            evlp_sim_setReady(fd, 0);
+        }
+        EXPECT_EQ(0, evlp_sim_now());
+        if (first.calls == 3) {
+            evlp_sim_setReady(0, 0);
+        }
+    });
+    first.start();
+    for (int fd = 0; fd != 100; ++fd) {
+        if (fd != 0) {
+            reader("other", fd).start();
+        }
+        evlp_sim_setReady(fd, EVLP_READ);
+    }
+    timer("end").then([&] { evlp_stopThread(loop); }).start(1);
+
+    EXPECT_EQ("0", outcome(evlp_startThread(loop)));
+
+    EXPECT_EQ(3, first.calls);
+}
+
 TEST_F(SimPulse, CallsOnce) {
     Context& context = reader("descriptor", 5);
     context.start();
@@ -457,6 +482,64 @@ TEST_F(SimReal, DescriptorsThatAreGoneButAliveElsewhereAreShed) {
     EXPECT_THAT(called(), ::testing::UnorderedElementsAre("other", "number"));
     close(duplicate);
     close(ends[1]);
+}
+
+TEST_F(SimReal, DescriptorsThatTheLoopHasForgottenDoNotKeepItWaiting) {
+    const int fd = dup(in());
+    evlp_sim_watchReal(1);
+    reader("gone", fd).start();
+    close(fd);
+    EXPECT_EQ("-1 EBADF", outcome(reader("too late", fd).start()));
+
+    EXPECT_EQ("-1 EDEADLK", outcome(evlp_startThread(loop)));
+}
+
+TEST_F(SimReal, DescriptorsThatTheLoopHasForgottenMakeRoomForSimulatedOnes) {
+    const int fd = dup(in());
+    evlp_sim_watchReal(1);
+    reader("gone", fd).start();
+    close(fd);
+    EXPECT_EQ("-1 EBADF", outcome(reader("too late", fd).start()));
+    evlp_sim_watchReal(0);
+    reader("number", fd).start();
+
+    evlp_sim_pulse(fd, EVLP_READ);
+    EXPECT_EQ("0", advance(1 * kSecond));
+
+    EXPECT_THAT(called(), ElementsAre("number"));
+}
+
+TEST_F(SimReal, DescriptorsMayComeBackUnderTheirNumber) {
+    const int fd = dup(in());
+    evlp_sim_watchReal(1);
+    Context& gone = reader("gone", fd);
+    gone.start();
+    close(fd);
+    gone.close();  // which the system cannot be told
+    ASSERT_EQ(fd, dup2(in(), fd));
+    Context& again = reader("again", fd);
+    again.then([&] { read(); });
+
+    EXPECT_EQ("0", outcome(again.start()));
+    write();
+    EXPECT_EQ("0", advance(1 * kSecond));
+
+    EXPECT_THAT(called(), ElementsAre("again"));
+    again.close();
+    close(fd);
+}
+
+TEST_F(SimReal, SignalsAreWaitedForByALoopThatRuns) {
+    evlp_sim_watchReal(1);
+    signal("signal", SIGUSR1).then([&] { evlp_stopThread(loop); }).start();
+    timer("not meanwhile").start(1);
+    std::thread sender([] { kill(getpid(), SIGUSR1); });
+
+    EXPECT_EQ("0", outcome(evlp_startThread(loop)));
+
+    sender.join();
+    EXPECT_THAT(called(), ElementsAre("signal"));
+    EXPECT_EQ(0, evlp_sim_now());
 }
 
 TEST_F(SimReal, SignalsAreCaught) {

@@ -188,6 +188,24 @@ TEST_F(SimRecord, MayStartAnewInACallback) {
     EXPECT_THAT(recorded(), ElementsAre("evlp_stopThread()"));
 }
 
+TEST_F(SimRecord, OfACallThatIsForgottenMeanwhileIsNotMixedUpWithAnother) {
+    Context& never = timer("never");
+    timer("tick")
+        .then([&] {
+            evlp_sim_record(1);
+            for (int i = 0; i != 5; ++i) {
+                never.start(-1);
+            }
+        })
+        .start(0);
+
+    EXPECT_EQ("-1 EDEADLK", outcome(evlp_startThread(loop)));
+
+    EXPECT_THAT(recorded(),
+                ElementsAre("timer_startCtx(-1)", "timer_startCtx(-1)", "timer_startCtx(-1)",
+                            "timer_startCtx(-1)", "timer_startCtx(-1)"));
+}
+
 TEST_F(SimRecord, RefusesWhatLiesBeyondItsEnd) {
     timer("tick");
     evlp_sim_call call = {};
