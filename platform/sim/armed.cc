@@ -19,9 +19,10 @@ namespace {
 constexpr int64_t kNever = INT64_MAX;
 constexpr uint32_t kNoPlace = UINT32_MAX;
 
-// Entries are put in order where the caller wants them, so that no memory is needed. Meanwhile
-// they carry what only the order needs: when two are alike otherwise, the one that was found first
-// comes first. `due` of what is never due says it (below 0), `number` of a timer does.
+// Entries are put in order where the caller wants them, so that no memory is needed. Of two that
+// are alike otherwise, the one that was found first comes first. So the fields that say nothing
+// else carry the order of finding meanwhile: `due`, below 0, of what is never due, and `number` of
+// a timer.
 
 bool isDueSomeDay(const evlp_sim_armed& entry) {
     return entry.due >= 0;
@@ -43,10 +44,18 @@ int placeOf(const evlp_thread_str* loop) {
     return place;
 }
 
-// Both on one loop, due at one moment, of one priority.
+// What is late is called now.
+int64_t callTime(const evlp_sim_armed& entry) {
+    return std::max(entry.due, now());
+}
+
+// Both on one loop, to be called at one moment, of one priority.
 bool isCalledBefore(const evlp_sim_armed& a, const evlp_sim_armed& b) {
     if (a.kind != b.kind) {
         return a.kind == EVLP_SIM_TIMER;
+    }
+    if (a.due != b.due) {
+        return a.due < b.due;
     }
     if (isReadyTimer(a) || isReadyTimer(b)) {
         return isReadyTimer(a) && (!isReadyTimer(b) || a.number < b.number);
@@ -58,8 +67,8 @@ bool isBefore(const evlp_sim_armed& a, const evlp_sim_armed& b) {
     if (isDueSomeDay(a) != isDueSomeDay(b)) {
         return isDueSomeDay(a);
     }
-    if (isDueSomeDay(a) && a.due != b.due) {
-        return a.due < b.due;
+    if (isDueSomeDay(a) && callTime(a) != callTime(b)) {
+        return callTime(a) < callTime(b);
     }
     if (!isDueSomeDay(a) && a.number != b.number) {
         return a.number < b.number;

@@ -57,11 +57,16 @@ int readOtherClock(clockid_t clock, int64_t* seconds, long* nanoseconds) {
     struct {
         int64_t seconds;
         int64_t nanoseconds;
-    } time = {};
-    if (syscall(SYS_clock_gettime64, clock, &time) < 0) {
+    } time64 = {};
+    if (syscall(SYS_clock_gettime64, clock, &time64) == 0) {
+        *seconds = time64.seconds;
+        *nanoseconds = static_cast<long>(time64.nanoseconds);
+        return 0;
+    }
+    if (errno != ENOSYS) {  // as on kernels before 5.1
         return -1;
     }
-#else
+#endif
     struct {
         long seconds;
         long nanoseconds;
@@ -69,7 +74,6 @@ int readOtherClock(clockid_t clock, int64_t* seconds, long* nanoseconds) {
     if (syscall(SYS_clock_gettime, clock, &time) < 0) {
         return -1;
     }
-#endif
     *seconds = time.seconds;
     *nanoseconds = static_cast<long>(time.nanoseconds);
     return 0;
@@ -125,6 +129,9 @@ template <typename Record>
 int readDay(Record* record, void* zone) {
     if (zone != nullptr) {
         memset(zone, 0, sizeof(struct timezone));
+    }
+    if (record == nullptr) {
+        return 0;
     }
     const Parts time = partsOf(date());
     Record result = {};

@@ -127,6 +127,9 @@ int run(const Options& options) {
     if (!findLibrary(library)) {
         return complain("libevlp_sim", "not found");
     }
+    if (strpbrk(library, " :") != nullptr) {
+        return complain(library, "cannot be preloaded from a path with a blank or a colon");
+    }
     if (!preload(library) || !setDate(options.date) ||
         setenv("EVLP_SIM_CONTROL", options.control, 1) < 0) {
         return complain("the environment", strerror(errno));

@@ -286,6 +286,8 @@ void acceptClient() {
     }
     void* const memory = place == nullptr ? nullptr : malloc(sizeof(Client));
     if (memory == nullptr) {
+        static const char kRefusal[] = "ERROR too many clients\n";
+        (void)send(fd, kRefusal, sizeof kRefusal - 1, MSG_NOSIGNAL);  // it has gone: as well
         (void)close(fd);
         return;
     }
@@ -351,7 +353,10 @@ int bindTo(int fd, const sockaddr_un& address) {
     if (bind(fd, generic, sizeof address) == 0) {
         return 0;
     }
-    if (errno != EADDRINUSE || !isLeftOver(address) || unlink(address.sun_path) < 0) {
+    if (errno != EADDRINUSE) {
+        return -1;
+    }
+    if (!isLeftOver(address) || unlink(address.sun_path) < 0) {
         return fail(EADDRINUSE);
     }
     return bind(fd, generic, sizeof address);
@@ -462,6 +467,20 @@ int wait(int descriptor) {
 
 void serve() {
     (void)poll(kNoDescriptor, 0);
+}
+
+bool askerHasGone() {
+    if (asker == nullptr) {
+        return false;
+    }
+    pollfd polled = {asker->fd, 0, 0};  // not one that has only closed its own direction
+    return ::poll(&polled, 1, 0) == 1 && (polled.revents & (POLLHUP | POLLERR)) != 0;
+}
+
+void claim() {
+    if (isOn()) {
+        owner = getpid();
+    }
 }
 
 void answer(int error) {

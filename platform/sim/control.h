@@ -26,6 +26,13 @@ int wait(int descriptor);
 /** Does what clients have asked for, without waiting. */
 void serve();
 
+/** Whether nobody waits any more for the end of the journey that a client asked for. */
+bool askerHasGone();
+
+/** From now on the socket is this process's: of a daemon that goes on as a child of the one that
+ *  has opened it. */
+void claim();
+
 /** The journey that a client asked for is over. @param error  0: it has come to its end */
 void answer(int error);
 

@@ -229,7 +229,10 @@ int runAlone(evlp_thread_str* loop) {
     if (self == nullptr || loop->running.load()) {
         return inner_evlp_startThread(loop);  // which says what is wrong
     }
-    turnsAtThisMoment = 0;
+    control::claim();
+    if (!isRunning()) {  // the turns of a loop inside a callback count for those outside
+        turnsAtThisMoment = 0;
+    }
     const int result = run(self, Mode::Alone);
     if (travelling && !isRunning()) {
         endJourney(result == 0 ? ECANCELED : errno);
@@ -257,10 +260,12 @@ int countTurn(OpenLoop* self) {
     if (servesClients() && !travelling && turnsAtThisMoment % kTurnsBetweenVisits == 0) {
         control::serve();  // while the loop is busy; otherwise when it is not
     }
+    if (travelling && turns % kTurnsBetweenVisits == 0 && control::askerHasGone()) {
+        endJourney(ECANCELED);
+    }
     if (turnsAtThisMoment <= kMostTurns) {
         return 0;
     }
-    turnsAtThisMoment = 0;
     if (self->mode == Mode::Drain) {
         return fail(ELOOP);
     }

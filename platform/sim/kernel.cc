@@ -43,6 +43,9 @@ int report(OpenLoop* self) {
 }
 
 int add(OpenLoop* self, int epoll, epoll_event* event, int fd, bool real) {
+    if (!real && !isNumber(fd)) {  // the loop's table may have grown for a real one
+        return evlp::fail(EBADF);
+    }
     if (self->registrations.reserve() < 0) {
         return -1;
     }

@@ -608,6 +608,32 @@ TEST_F(SimEndless, PlayBetweenTwoLoopsEndsAnAdvance) {
     EXPECT_EQ("-1 ELOOP", advance(1 * kSecond));
 }
 
+TEST_F(SimEndless, WorkThatRunsALoopOfItsOwnEndsAnAdvance) {
+    Context& busy = timer("busy");
+    evlp_thread_str* const modal = useNewLoop("modal");
+    Context& end = timer("end");
+    end.then([&] { evlp_stopThread(modal); });
+    busy.then([&] {
+        end.start(0);
+        evlp_startThread(modal);
+        busy.start(0);
+    });
+    busy.start(0);
+
+    EXPECT_EQ("-1 ELOOP", advance(1 * kSecond));
+}
+
+TEST_F(SimEndless, LatenessEndsAnAdvance) {
+    Context& slow = timer("slow");
+    slow.then([&] {
+        evlp_sim_pass(10 * kMs);
+        slow.start(10);
+    });
+    slow.start(10);
+
+    EXPECT_EQ("-1 ELOOP", advance(50 * kMs));
+}
+
 TEST_F(SimEndless, WorkOverTimeIsNone) {
     Context& tick = ticker("tick", 1);
 

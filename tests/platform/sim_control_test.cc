@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <list>
 #include <signal.h>
 #include <stdlib.h>
 #include <string>
@@ -393,6 +394,41 @@ TEST_F(SimDaemon, SurvivesClientsThatHangUp) {
     last.say("date\n");
     EXPECT_THAT(last.line(), StartsWith("2026-11-16 06:0"));
     EXPECT_EQ("OK", last.line());
+}
+
+TEST_F(SimDaemon, DoesNotGoOnForAClientThatHasHungUp) {
+    Child daemon(runCommand("quiet"));
+    waitForSocket();
+    {
+        Client impatient(path);
+        impatient.say("advance 999999999999\ndate\n");
+    }
+
+    EXPECT_THAT(tell({"armed"}), HasSubstr("timer priority 8 loop daemon"));
+}
+
+TEST_F(SimDaemon, RefusesTheSeventeenthClient) {
+    Child daemon(runCommand());
+    waitForSocket();
+    std::list<Client> clients;
+    for (int i = 0; i != 16; ++i) {
+        clients.emplace_back(path);
+    }
+
+    Client late(path);
+
+    EXPECT_EQ("ERROR too many clients", late.line());
+    EXPECT_EQ("", late.line());  // the end
+    clients.back().say("date\n");
+    EXPECT_EQ("2026-11-16 06:00:00", clients.back().line());
+}
+
+TEST_F(SimDaemon, SaysWhyItCannotListen) {
+    path = folder.file("nowhere/control");
+    Child daemon(runCommand());
+
+    EXPECT_THAT(daemon.rest(), HasSubstr("No such file or directory"));
+    EXPECT_EQ(1, daemon.end());
 }
 
 TEST_F(SimDaemon, RefusesALineThatIsTooLongAndGoesOn) {

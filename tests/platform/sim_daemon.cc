@@ -29,6 +29,10 @@ void sayTime(void*) {
     timer_startCtx(minute, 60000);
 }
 
+void sayNothing(void*) {
+    timer_startCtx(minute, 60000);
+}
+
 void answer(void* self, int fd) {
     char bytes[64];
     const ssize_t count = read(fd, bytes, sizeof bytes);
@@ -102,7 +106,7 @@ int main(int argc, char** argv) {
         perror("evlp_openThreadInt");
         return 1;
     }
-    minute = timer_openCtx(loop, sayTime, nullptr, 0, 8);
+    minute = timer_openCtx(loop, is(mode, "quiet") ? sayNothing : sayTime, nullptr, 0, 8);
     timer_startCtx(minute, 60000);
     evlp_ctx_str* input = nullptr;
     input = fd_openCtx(loop, is(mode, "busy") ? leaveUnread : answer, &input, STDIN_FILENO,

@@ -377,6 +377,22 @@ TEST_F(SimArmed, IsInTheOrderInWhichItWillBeCalled) {
                 ElementsAre("sooner", "urgent", "a", "b", "idle idle", "elsewhere", "later"));
 }
 
+TEST_F(SimArmed, IsInTheOrderOfCallsAlsoWhereItIsLate) {
+    timer("a").start(10);
+    timer("b").start(20);
+    timer("urgent", 1).start(20);
+    useNewLoop();
+    timer("elsewhere").start(5);
+    timer("ahead").start(40);
+    evlp_sim_pass(30 * kMs);
+    const std::vector<std::string> listed = armedNames();
+
+    advance(10 * kMs);
+
+    EXPECT_THAT(listed, ElementsAre("urgent", "a", "b", "elsewhere", "ahead"));
+    EXPECT_THAT(called(), ElementsAre("urgent", "a", "b", "elsewhere", "ahead"));
+}
+
 TEST_F(SimArmed, IsByNumberWhereItIsNeverDue) {
     signal("signal 15", SIGTERM).start();
     reader("descriptor 20", 20).start();

@@ -18,7 +18,9 @@
  *     EXPECT_FALSE(lamp.isOn());
  *
  * It is the service of evlp/evlp.h, made of the same code as libevlp: what is called when and in
- * which order is the same. Only the system below is another one:
+ * which order is the same. Where the contract leaves the order open, among descriptors of one
+ * priority that are ready together, simulated ones go by number, before real ones. Only the system
+ * below is another one:
  *
  *  - time(2), clock_gettime(2), gettimeofday(2), timespec_get(3) and sysinfo(2) answer from the
  *    virtual clock, in the whole process, for every thread. At first the system has just been
@@ -77,11 +79,12 @@ EVLP_API int evlp_sim_parseDate(const char* text, int64_t* date);
  * At every moment loops run one after the other, in the order in which they were opened, each
  * until it has nothing to do, and all of them again until none has.
  *
- * @return  0; -1: inside a callback (EBUSY); for a negative duration (EINVAL); when a loop has
- *          been stopped, by a callback or before: the clock then stays at the moment of the stop,
- *          and the stop is done with (ECANCELED); when loops are busy without end while time
- *          stands still, a million turns long, with a descriptor that stays ready for instance
- *          (ELOOP)
+ * @return  0; -1: inside a callback (EBUSY); for a negative duration, or one beyond the end of
+ *          time (EINVAL); when a loop has been stopped, by a callback or before: the clock then
+ *          stays at the moment of the stop, and the stop is done with (ECANCELED); when loops are
+ *          busy without end, a million turns long, and the clock does not get to go on: with a
+ *          descriptor that stays ready, or a timer that is always late because its callback passes
+ *          more time than its delay (ELOOP)
  */
 EVLP_API int evlp_sim_advance(int64_t duration);
 
@@ -106,7 +109,7 @@ EVLP_API int evlp_sim_runUntilIdle(int64_t longest);
  * Lets the clocks go on without running anything: the time that a callback takes, or that a loop
  * is kept from running. What falls due is late then. Also inside callbacks.
  *
- * @return  0; -1 for a negative duration (EINVAL)
+ * @return  0; -1 for a negative duration, or one beyond the end of time (EINVAL)
  */
 EVLP_API int evlp_sim_pass(int64_t duration);
 
@@ -139,7 +142,8 @@ EVLP_API int evlp_sim_raise(int signum);
 
 /** Whether what is armed from now on is the system's own: descriptors are those of the process,
  *  signals are caught. What is armed stays what it is, and so does what is armed on the same loop
- *  for a number that another context has armed. Time stays virtual. */
+ *  for a number that another context has armed, and what is armed for a signal that is caught
+ *  already. Time stays virtual. */
 EVLP_API void evlp_sim_watchReal(int on);
 
 /* --- what the service is asked for --- */
@@ -169,7 +173,7 @@ typedef enum evlp_sim_function {
 typedef struct evlp_sim_call {
     evlp_sim_function function;
     int64_t time;          /**< evlp_sim_now() */
-    evlp_thread_str* loop; /**< argument or result; null for those of contexts */
+    evlp_thread_str* loop; /**< argument or result; null for functions that take a context */
     evlp_ctx_str* ctx;     /**< argument or result; it may be closed by now */
     void* user;            /**< of the open functions */
     char name[32];         /**< of EVLP_SIM_OPEN_THREAD, cut */
@@ -224,7 +228,8 @@ typedef struct evlp_sim_armed {
 
 /**
  * Lists what is armed on all open loops: first what is due some day, in the order in which it
- * will be called; then what is not, in the order of numbers.
+ * will be called (as far as no callback runs: what waits for its call in the present turn may
+ * come earlier); then what is not, in the order of numbers.
  *
  * @param list   room for `room` entries: the first ones
  * @return       how many are armed, which may be more than `room`
@@ -246,7 +251,8 @@ EVLP_API int evlp_sim_reset(void);
  *     EVLP_SIM_DATE="2026-11-16 06:00:00" EVLP_SIM_CONTROL=/tmp/clock
  *         LD_PRELOAD=libevlp_sim.so.1 gardend ...
  *
- * EVLP_SIM_DATE is what the calendar clock reads at the start (local time). With EVLP_SIM_CONTROL,
+ * EVLP_SIM_DATE is what the calendar clock reads at the start (local time); constructors of
+ * libraries that are loaded before this one may still read 2001. With EVLP_SIM_CONTROL,
  * descriptors and signals are the system's own, time stands still, and whoever connects to the
  * Unix stream socket of that path, which is there from the first evlp_openThreadInt() to the end
  * of the program, says how it passes. The socket takes lines:
