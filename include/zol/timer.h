@@ -47,7 +47,6 @@ class CTimer {
  */
 class ZOL_API CTimerGroup : public CEventCallback {
   public:
-    explicit CTimerGroup(const CTime& period);
     ~CTimerGroup() override;
     CTimerGroup(const CTimerGroup&) = delete;
     CTimerGroup& operator=(const CTimerGroup&) = delete;
@@ -58,6 +57,7 @@ class ZOL_API CTimerGroup : public CEventCallback {
   private:
     friend class CTimerHandler;
 
+    ZOL_LOCAL explicit CTimerGroup(const CTime& period);
     ZOL_LOCAL bool start(evlp_thread_str* thread);
     ZOL_LOCAL int indexOf(const CTimer& timer) const;
 
