@@ -10,7 +10,6 @@ namespace evlp {
 
 namespace {
 
-constexpr uint32_t kNoPlace = UINT32_MAX;
 constexpr uint32_t kLeastCapacity = 64;
 constexpr uint32_t kChildren = 4;
 

@@ -60,7 +60,9 @@ static_assert(sizeof(void*) != 4 ||
               sizeof(Descriptor) + sizeof(Deadlines::Entry) + sizeof(Slot) <= 64);
 static_assert(sizeof(void*) != 4 || sizeof(Timer) + sizeof(Deadlines::Entry) <= 64);
 
-/** A set of signal numbers, 1 to 64, shared between a loop and the signal handler. */
+constexpr int kMostSignal = 64;
+
+/** A set of signal numbers, 1 to kMostSignal, shared between a loop and the signal handler. */
 class SignalSet {
   public:
     void add(int signum) { m_words[word(signum)].fetch_or(bit(signum)); }

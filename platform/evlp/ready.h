@@ -43,13 +43,15 @@ struct Link {
 
 enum class Kind : uint8_t { Descriptor, Timer, Signal };
 
+constexpr uint32_t kNoPlace = UINT32_MAX;  // of a context without a deadline
+
 }  // namespace evlp
 
 /** What contexts of every kind have in common. */
 struct evlp_ctx_str : evlp::Link {
     evlp_thread_str* loop = nullptr;  // null: the loop has been closed
     void* user = nullptr;
-    uint32_t place = UINT32_MAX;  // among the deadlines
+    uint32_t place = evlp::kNoPlace;  // among the deadlines
     evlp::Kind kind = evlp::Kind::Timer;
     unsigned char priority = 0;
     unsigned char mode = 0;  // of a descriptor: EVLP_READ, EVLP_WRITE

@@ -24,8 +24,6 @@ namespace evlp {
 
 namespace {
 
-constexpr int kMostSignal = 64;
-
 struct Disposition {
     struct sigaction suspended;
     int contexts;  // armed, on all loops

@@ -16,9 +16,6 @@ namespace sim {
 
 namespace {
 
-constexpr int64_t kNever = INT64_MAX;
-constexpr uint32_t kNoPlace = UINT32_MAX;
-
 // Entries are put in order where the caller wants them, so that no memory is needed. Of two that
 // are alike otherwise, the one that was found first comes first. So the fields that say nothing
 // else carry the order of finding meanwhile: `due`, below 0, of what is never due, and `number` of
@@ -29,7 +26,7 @@ bool isDueSomeDay(const evlp_sim_armed& entry) {
 }
 
 bool isReadyTimer(const evlp_sim_armed& entry) {
-    return entry.kind == EVLP_SIM_TIMER && entry.ctx->place == kNoPlace;
+    return entry.kind == EVLP_SIM_TIMER && entry.ctx->place == evlp::kNoPlace;
 }
 
 uint32_t armingOrder(const evlp_sim_armed& entry) {
@@ -118,7 +115,7 @@ class List {
 
     int64_t dueOf(const evlp_ctx_str* ctx) const {
         int64_t due = kNever;
-        if (ctx->place != kNoPlace) {
+        if (ctx->place != evlp::kNoPlace) {
             due = dueTime(ctx->loop->deadlines.at(ctx->place).due);
         } else if (ctx->kind == evlp::Kind::Timer && ctx->ready) {
             due = dueTime(static_cast<const evlp::Timer*>(ctx)->due);

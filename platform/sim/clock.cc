@@ -67,6 +67,7 @@ int readOtherClock(clockid_t clock, int64_t* seconds, long* nanoseconds) {
         return -1;
     }
 #endif
+#ifdef SYS_clock_gettime  // the youngest 32-bit machines have never had it
     struct {
         long seconds;
         long nanoseconds;
@@ -75,8 +76,11 @@ int readOtherClock(clockid_t clock, int64_t* seconds, long* nanoseconds) {
         return -1;
     }
     *seconds = time.seconds;
-    *nanoseconds = static_cast<long>(time.nanoseconds);
+    *nanoseconds = time.nanoseconds;
     return 0;
+#else
+    return -1;
+#endif
 }
 
 int readClock(clockid_t clock, int64_t* seconds, long* nanoseconds) {
@@ -129,9 +133,6 @@ template <typename Record>
 int readDay(Record* record, void* zone) {
     if (zone != nullptr) {
         memset(zone, 0, sizeof(struct timezone));
-    }
-    if (record == nullptr) {
-        return 0;
     }
     const Parts time = partsOf(date());
     Record result = {};

@@ -17,8 +17,6 @@ namespace sim {
 
 namespace {
 
-constexpr int64_t kNever = INT64_MAX;
-
 // Turns that find something ready while time stands still.
 constexpr unsigned kMostTurns = 1000000;
 
@@ -103,7 +101,7 @@ int64_t firstDueOfAll(const OpenLoop* self) {
 // @return false when nothing is due before the journey's end
 bool goToNextDeadline(const OpenLoop* self) {
     const int64_t due = firstDueOfAll(self);
-    if (due == kNever || due > endOfJourney()) {
+    if (due > endOfJourney()) {
         return false;
     }
     goTo(due);
@@ -120,7 +118,7 @@ Idle idleInDrain(OpenLoop* self) {
         return Idle::LookAgain;
     }
     self->drained = true;
-    return Idle::Fail;
+    return Idle::Drained;
 }
 
 // Not within a journey that the program makes by itself.

@@ -16,6 +16,7 @@
 namespace sim {
 
 constexpr int64_t kNoDate = -1;
+constexpr int64_t kNever = INT64_MAX;
 
 /** How far time is to pass. */
 struct Journey {
@@ -27,7 +28,8 @@ struct Journey {
 enum class Idle {
     LookAgain,  // something may have become ready
     EndTurn,    // the loop has been stopped
-    Fail        // errno says why; also when it was only to be drained
+    Drained,    // it was to run until nothing is ready, and has
+    Fail        // errno says why
 };
 
 /** Whether a loop runs, so that this is inside a callback. */
@@ -47,7 +49,7 @@ int countTurn(OpenLoop* self);
 
 Idle idle(OpenLoop* self);
 
-/** A time far away is never due. @return microseconds; INT64_MAX: never */
+/** A time far away is never due. @return microseconds, or kNever */
 int64_t dueTime(int64_t dueMs);
 
 // A journey that somebody else asks for, while a loop runs alone.

@@ -104,6 +104,7 @@ int waitForEvents(evlp_thread_str* loop) {
                 break;
             case Idle::EndTurn:
                 return 0;
+            case Idle::Drained:  // no failure, but the way out of the loop
             case Idle::Fail:
                 return -1;
         }

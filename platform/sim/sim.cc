@@ -20,7 +20,6 @@ using evlp::fail;
 namespace {
 
 constexpr int kBothModes = EVLP_READ | EVLP_WRITE;
-constexpr int kMostSignal = 64;
 
 // When the program starts, before its own constructors: what these read is virtual already.
 __attribute__((constructor)) void start() {
@@ -72,8 +71,14 @@ int evlp_sim_advance(int64_t duration) {
 }
 
 int evlp_sim_advanceTo(int64_t value) {
-    if (checkNotInCallback() < 0 || value < 0 || checkDuration(value - date()) < 0) {
-        return value < 0 ? fail(EINVAL) : -1;
+    if (checkNotInCallback() < 0) {
+        return -1;
+    }
+    if (value < 0) {  // too far back for a difference
+        return fail(EINVAL);
+    }
+    if (checkDuration(value - date()) < 0) {
+        return -1;
     }
     return travel({0, value});
 }
@@ -111,7 +116,7 @@ int evlp_sim_pulse(int fd, int mode) {
 }
 
 int evlp_sim_raise(int signum) {
-    if (signum < 1 || signum > kMostSignal) {
+    if (signum < 1 || signum > evlp::kMostSignal) {
         return fail(EINVAL);
     }
     for (const OpenLoop* each = firstLoop(); each != nullptr; each = each->next) {

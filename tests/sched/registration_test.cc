@@ -48,6 +48,20 @@ TEST(ScheduleInfo, NumbersTheDaysFromSundayOn) {
     EXPECT_THAT(days, ElementsAre(1, 2, 4, 8, 16, 32, 64));
 }
 
+TEST_F(CreateUser, CallsClientsThroughSlotsOfAFixedOrder) {
+    using Slot = void (*)(zol::IScheduleClient*, tm, void*);
+    Client& made = client("a");
+    zol::IScheduleClient* const interface = &made;
+    const Slot* slots = nullptr;
+    memcpy(&slots, interface, sizeof slots);
+
+    // The destructor has the first two.
+    slots[2](interface, tm{}, nullptr);
+    slots[3](interface, tm{}, nullptr);
+
+    EXPECT_THAT(called(), ElementsAre("a Sun 00:00:00", "initial a Sun 00:00:00"));
+}
+
 // --- users ---
 
 TEST_F(CreateUser, AnswersARecordOfClientAndContext) {
