@@ -9,6 +9,7 @@
  */
 
 #include "zol/alloc.h"
+#include "zol/cat.h"
 #include "zol/event.h"
 #include "zol/export.h"
 #include "zol/list.h"

@@ -19,6 +19,7 @@ PUBLIC = {
     "event.h": {"export.h", "time.h"},
     "tab.h": {"sbuf.h"},
     "str.h": {"alloc.h"},
+    "cat.h": {"export.h", "str.h", "tab.h"},
     "sock.h": {"str.h"},
     "server.h": {"event.h", "list.h", "str.h"},
     "timer.h": {"event.h", "export.h", "tab.h", "time.h"},
@@ -29,6 +30,7 @@ EVENT = CORE | {"time.h", "event.h", "timer.h"}
 ROOMS = {
     "core": (CORE, set()),
     "event": (EVENT, {"evlp/evlp.h"}),
+    "cat": (CORE | {"cat.h"}, set()),
     "net": (EVENT | {"sock.h", "server.h"}, set()),
     "sched": (EVENT | {"sched.h"}, set()),
     "platform/evlp": (set(), {"evlp/evlp.h"}),
@@ -41,11 +43,11 @@ ROOMS = {
 }
 
 # Folders with sources that are not the library's.
-OTHERS = {"include", "tests", "bench", "examples", "build", "stage"}
+OTHERS = {"include", "tests", "bench", "fuzz", "tools", "examples", "build", "stage"}
 
 # In quotes, or in angle brackets where it is ours.
 INCLUDE = re.compile(
-    r'^\s*#\s*include\s+(?:"([^"]+)"|<((?:zol|evlp|core|event|net|sched|platform)/[^>]+)>)',
+    r'^\s*#\s*include\s+(?:"([^"]+)"|<((?:zol|evlp|core|cat|event|net|sched|platform)/[^>]+)>)',
     re.MULTILINE,
 )
 

@@ -1,0 +1,121 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#include <glob.h>
+#include <new>
+#include <string.h>
+
+#include "zol/cat.h"
+
+namespace zol {
+namespace cat {
+
+namespace {
+
+// Whether printf(3) makes a path of the pattern and one text, and needs nothing else for that.
+bool takesOneText(const char* pattern) {
+    bool taken = false;
+    for (const char* sign = strchr(pattern, '%'); sign != nullptr; sign = strchr(sign + 2, '%')) {
+        if (sign[1] != '%' && (sign[1] != 's' || taken)) {
+            return false;
+        }
+        taken = taken || sign[1] == 's';
+    }
+    return true;
+}
+
+}  // namespace
+
+// --- one language ---
+
+static_assert(sizeof(void*) != 4 || sizeof(CInterCatalog::CInter) == 8);
+
+CInterCatalog::CInter::~CInter() = default;
+
+CInterCatalog::CInter& CInterCatalog::CInter::operator=(const CInter& other) = default;
+
+int CInterCatalog::CInter::open(CTab<CStr>& paths) {
+    for (const CStr& path : paths) {
+        (void)m_catalog.openFile(path.get());  // one bad file does not cost the others
+    }
+    return 0;
+}
+
+// --- all languages ---
+
+static_assert(sizeof(void*) != 4 || sizeof(CInterCatalog) == 12);
+
+CInterCatalog::CInterCatalog(const char* defaultLanguage, const char* pattern)
+    : m_defaultLanguage(defaultLanguage) {
+    if (pattern != nullptr) {
+        addCatalogs(pattern);
+    }
+}
+
+void CInterCatalog::addCatalogs(const char* pattern) {
+    m_pattern = pattern;
+    if (m_languages.isEmpty() && m_languages.append(CInter(m_defaultLanguage)) == -1) {
+        return;
+    }
+    CTab<CStr> paths = findFiles(m_defaultLanguage, m_pattern);
+    (void)m_languages.getTable()->open(paths);
+}
+
+CCatalog* CInterCatalog::getCatalog(const char* language) {
+    CInter* const languages = m_languages.getTable();
+    const int count = m_languages.getCount();
+    for (int i = 0; i < count; ++i) {
+        if (languages[i].getName() == language) {
+            return &languages[i].getCatalog();
+        }
+    }
+    CTab<CStr> paths = findFiles(language, m_pattern);
+    if (paths.isEmpty() || m_languages.append(CInter(language)) == -1) {
+        return count == 0 ? nullptr : &m_languages.getTable()->getCatalog();
+    }
+    // From now on this language is answered from here, even if none of its files can be read.
+    CInter& added = m_languages.getTable()[count];
+    (void)added.open(paths);
+    return &added.getCatalog();
+}
+
+CTab<CStr> CInterCatalog::findFiles(const char* language, CStr pattern) {
+    CTab<CStr> paths;
+    if (language == nullptr || !takesOneText(pattern.get())) {
+        return paths;
+    }
+    CStr wildcards;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    (void)wildcards.format(pattern.get(), language);
+#pragma GCC diagnostic pop
+    glob_t found = {};
+    if (glob(wildcards.get(), 0, nullptr, &found) == 0) {
+        for (size_t i = 0; i < found.gl_pathc; ++i) {
+            if (paths.append(found.gl_pathv[i]) == -1) {
+                paths.empty();
+                break;
+            }
+        }
+    }
+    globfree(&found);
+    return paths;
+}
+
+}  // namespace cat
+}  // namespace zol
+
+xcat_registry* xcat_create(const char* defaultLanguage) {
+    return new (std::nothrow) zol::cat::CInterCatalog(defaultLanguage, nullptr);
+}
+
+void xcat_add_catalogs(xcat_registry* registry, const char* pattern) {
+    registry->addCatalogs(pattern);
+}
+
+xcat_catalog* xcat_get_catalog(xcat_registry* registry, const char* language) {
+    return registry->getCatalog(language);
+}
+
+void xcat_close(xcat_registry* registry) {
+    delete registry;
+}
