@@ -18,7 +18,7 @@ int CCatalog::openFile(const char* path) {
         return -1;
     }
     // Deliberate: what the slot had open is not closed.
-    // Pinned by Catalog.AReplacedFileStaysOpenAfterTheRegistryIsClosed.
+    // Pinned by Registry.AReplacedFileStaysOpenAfterItIsClosed.
     *slot = file;
     (void)file.releaseStream();
     return 0;

@@ -119,7 +119,7 @@ bool readSets(FILE* stream, uint32_t count, CTab<CSet>& sets) {
         // Deliberate: a record at fault does not fail the file. It leaves an empty set under the
         // last id read, be it that of the record before, whose set is lost thereby; and the next
         // record is read from where the stream stands.
-        // Pinned by CatalogFile.ASetWithoutReadableIdEmptiesTheOneBeforeIt.
+        // Pinned by DamagedFile.ASetWithoutReadableIdEmptiesTheOneBeforeIt.
         (void)set.read(stream, id);
         if (id > kMaxId) {
             continue;

@@ -107,12 +107,28 @@ static void sockets(void) {
     close(fd);
 }
 
+static void catalogs(void) {
+    xcat_registry* texts = xcat_create("en");
+    xstr text;
+    xstr_init(&text);
+    CHECK(texts != NULL);
+    CHECK(xcat_get_catalog(texts, "en") == NULL);
+    xcat_add_catalogs(texts, "/nowhere/%s/texts.cat");
+    CHECK(xcat_get_catalog(texts, "de") == xcat_get_catalog(texts, "en"));
+    CHECK(xcat_open_file(xcat_get_catalog(texts, "en"), "/nowhere/texts.cat") == -1);
+    CHECK(xcat_msg(xcat_get_catalog(texts, "en"), 0x01000000, &text) == -1);
+    CHECK(xcat_dump_file("/nowhere/texts.cat", stdout) == -1);
+    xcat_close(texts);
+    xcat_close(NULL);
+}
+
 int main(void) {
     strings();
     containers();
     helpers();
     loop();
     sockets();
+    catalogs();
     if (failures == 0) {
         puts("all passed");
     }

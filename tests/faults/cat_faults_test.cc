@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+
+// Message catalogs with each allocation failing in turn: descriptors are closed, and what can be
+// looked up is right or missing.
+
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include "zol/cat.h"
+
+#include "cat/catalog_fixture.h"
+#include "support/alloc_faults.h"
+#include "support/open_fds.h"
+
+namespace {
+
+class CatalogFaults : public CatalogFiles {
+  protected:
+    CatalogFaults() {
+        const SetBytes zones(0, "zones and their names, for long", {"roses", "", "a long lawn"});
+        const SetBytes many(9, "many", std::vector<std::string>(100, "rain"));
+        path = write("en/a.cat", CatalogBytes(1, "garden", {zones, many}).bytes());
+        frenchPath = writeText("fr/b.cat", 20, "roses");
+        pattern = dir.file("%s/*.cat");
+    }
+
+    static bool faulted() { return AllocFaults::hasFailed(); }
+
+    std::string path;
+    std::string frenchPath;
+    std::string pattern;
+};
+
+// What a lookup found: `wanted` or nothing.
+bool isRightOrMissing(int result, const zol::CStr& text, const char* wanted) {
+    return result == 0 ? text == wanted : result == -1;
+}
+
+TEST_F(CatalogFaults, FilesAreReadOrRefused) {
+    const int before = openFds();
+    forEachFailingAllocation([this] {
+        zol::cat::CFile file;
+        unsigned id = 999;
+        const int result = file.open(path.c_str(), id);
+        EXPECT_EQ(result == 0, file.getStream() != nullptr);
+        if (!faulted()) {
+            EXPECT_EQ(0, result);
+        }
+        zol::CStr text;
+        EXPECT_TRUE(isRightOrMissing(file.getMessage(0x01000002, text), text, "a long lawn"));
+        EXPECT_TRUE(isRightOrMissing(file.getMessage(0x01090063, text), text, "rain"));
+    });
+    EXPECT_EQ(before, openFds());
+}
+
+TEST_F(CatalogFaults, AFileThatIsNotKeptIsClosed) {
+    const int before = openFds();
+    forEachFailingAllocation([this] {
+        zol::cat::CCatalog catalog;
+        const int result = catalog.openFile(frenchPath.c_str());
+        if (!faulted()) {
+            EXPECT_EQ(0, result);
+        }
+        zol::CStr text("as it was");
+        const int found = catalog.getMessage(0x14000000, text);
+        if (result == -1) {
+            EXPECT_EQ(-1, found);
+        }
+        EXPECT_TRUE(isRightOrMissing(found, text, "roses"));
+    });
+    EXPECT_EQ(before, openFds());
+}
+
+TEST_F(CatalogFaults, RegistriesAnswerWhatTheyCould) {
+    const int before = openFds();
+    forEachFailingAllocation([this] {
+        xcat_registry* const registry = xcat_create("en");
+        EXPECT_EQ(faulted(), registry == nullptr);
+        if (registry == nullptr) {
+            return;
+        }
+        xcat_add_catalogs(registry, pattern.c_str());
+        xstr text;
+        xstr_init(&text);
+        const xcat_catalog* const french = xcat_get_catalog(registry, "fr");
+        if (xcat_msg(french, 0x14000000, &text) == 0) {
+            EXPECT_STREQ("roses", text);
+        } else {
+            EXPECT_TRUE(faulted());
+        }
+        if (xcat_msg(xcat_get_catalog(registry, "en"), 0x01090000, &text) == 0) {
+            EXPECT_STREQ("rain", text);
+        }
+        xstr_free(&text);
+        xcat_close(registry);
+    });
+    EXPECT_EQ(before, openFds());
+}
+
+TEST_F(CatalogFaults, ALookupWithoutMemoryLeavesAValidText) {
+    zol::cat::CFile file;
+    unsigned id = 999;
+    ASSERT_EQ(0, file.open(path.c_str(), id));
+    forEachFailingAllocation([&file] {
+        const zol::CStr other("before");
+        zol::CStr text(other);
+        const int result = file.getMessage(0x01000002, text);
+        EXPECT_TRUE(isRightOrMissing(result, text, "a long lawn"));
+        EXPECT_EQ(strlen(text.get()), static_cast<size_t>(text.getLength()));
+        if (!faulted()) {
+            EXPECT_EQ(0, result);
+        }
+    });
+}
+
+}  // namespace
