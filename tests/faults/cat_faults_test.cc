@@ -62,6 +62,7 @@ TEST_F(CatalogFaults, AFileThatIsNotKeptIsClosed) {
         if (!faulted()) {
             EXPECT_EQ(0, result);
         }
+        EXPECT_EQ(result == 0, catalog.getFiles().getCount() == 21);
         zol::CStr text("as it was");
         const int found = catalog.getMessage(0x14000000, text);
         if (result == -1) {
