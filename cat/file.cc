@@ -217,13 +217,7 @@ CFile::~CFile() {
     }
 }
 
-CFile& CFile::operator=(const CFile& other) {
-    m_id = other.m_id;
-    m_name = other.m_name;
-    m_stream = other.m_stream;
-    m_sets = other.m_sets;
-    return *this;
-}
+CFile& CFile::operator=(const CFile& other) = default;
 
 FILE* CFile::releaseStream() {
     FILE* const stream = m_stream;

@@ -78,6 +78,7 @@ CCatalog* CInterCatalog::getCatalog(const char* language) {
     return &added.getCatalog();
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the interface
 CTab<CStr> CInterCatalog::findFiles(const char* language, CStr pattern) {
     CTab<CStr> paths;
     if (language == nullptr || !takesOneText(pattern.get())) {
