@@ -64,17 +64,24 @@ bool skipText(FILE* stream, uint64_t& length) {
 // Reads texts until `size` bytes are consumed, and notes where they lie. Texts that overrun the
 // size are read to their end all the same.
 bool readTexts(FILE* stream, uint32_t size, CTab<CMessage>& messages) {
+    CMessage batch[256];  // a table that grew for each would copy itself again and again
+    int count = 0;
     uint32_t offset = 0;
     while (offset < size) {
         uint64_t length = 0;
-        if (!skipText(stream, length) || length > UINT16_MAX ||
-            messages.append(
-                CMessage(static_cast<uint16_t>(offset), static_cast<uint16_t>(length))) == -1) {
+        if (!skipText(stream, length) || length > kMaxTextOffset) {
             return false;
         }
+        batch[count++] = CMessage(static_cast<uint16_t>(offset), static_cast<uint16_t>(length));
         offset += static_cast<uint32_t>(length) + 1;
         if (offset > kMaxTextOffset) {
             return false;
+        }
+        if (count == 256 || offset >= size) {
+            if (messages.append(batch, count) == -1) {
+                return false;
+            }
+            count = 0;
         }
     }
     return offset == size;

@@ -111,6 +111,7 @@ namespace cat {
 /** Where the text of one message lies. */
 class ZOL_API CMessage {
   public:
+    CMessage() : m_offset(0), m_length(0) {}
     CMessage(uint16_t offset, uint16_t length) : m_offset(offset), m_length(length) {}
 
     /** @return from the base position of its set to its first byte */

@@ -524,6 +524,21 @@ TEST_F(TypedTab, AppendsAnElementOfItsOwn) {
     EXPECT_THAT(values(table), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 3));
 }
 
+TEST_F(TypedTab, AppendsSeveralPlainElementsAtOnce) {
+    const int values[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    zol::CTab<int> table;
+    table.append(0);
+    const zol::CTab<int> other(table);
+
+    EXPECT_EQ(10, table.append(values, 9));
+    EXPECT_EQ(10, table.append(values, 0));
+
+    EXPECT_EQ(0, table[0]);
+    EXPECT_EQ(1, table[1]);
+    EXPECT_EQ(9, table[9]);
+    EXPECT_EQ(1, other.getCount());
+}
+
 TEST_F(TypedTab, InsertsBeforeAnIndex) {
     zol::CTab<Counted> table;
     fill(table, 2);
