@@ -14,7 +14,11 @@ import statistics
 import subprocess
 import sys
 
-PEERS = ["zol", "zol_own", "evlp", "limit", "std", "libevent", "libevent_exact", "libuv", "glib"]
+PEERS = ["zol", "zol_own", "evlp", "limit", "std", "libevent", "libevent_exact", "libuv", "glib",
+         "gettext", "catgets"]
+
+# What some programs count besides.
+COUNTS = {"system_calls": "system calls", "dirty": "bytes dirty", "mapped": "bytes mapped"}
 
 # Program, heading, and what a quick run leaves out of it.
 PROGRAMS = [
@@ -26,6 +30,7 @@ PROGRAMS = [
     ("str_bench", "Strings", "/(1024|16384|65536)"),
     ("tab_bench", "Tables", "/(16384|65536)"),
     ("list_bench", "Lists", "/10000"),
+    ("cat_bench", "Message catalogs", "/none"),
 ]
 BURST = ("burst_bench", "Bursts of connections", "/(32|256)")
 
@@ -62,11 +67,13 @@ class Row:
 
     def __init__(self):
         self.ns = {}
-        self.allocations = {}
+        self.counts = {}
 
-    def add(self, peer, ns, allocations):
+    def add(self, peer, ns, measurement):
         self.ns.setdefault(peer, []).append(ns)
-        self.allocations.setdefault(peer, []).append(allocations)
+        for name in ["allocations", *COUNTS]:
+            if name in measurement:
+                self.counts.setdefault((name, peer), []).append(measurement[name])
 
     def time(self, peer):
         return statistics.median(self.ns[peer])
@@ -80,10 +87,10 @@ class Row:
         ratio = self.time("zol") / own
         return f"{number(own)} ({ratio:.2f})" if ratio >= 0.005 else f"{number(own)} (<0.01)"
 
-    def allocated(self, peer):
-        if peer not in self.ns:
+    def count(self, name, peer):
+        if (name, peer) not in self.counts:
             return ""
-        median = statistics.median(self.allocations[peer])
+        median = statistics.median(self.counts[name, peer])
         return number(median) if median >= 0.005 else "0"
 
 
@@ -99,13 +106,12 @@ def tabulate(measurements):
             skipped.append(f"{subject}, {size}, {peer}: {measurement['error_message']}")
             continue
         operations = measurement["operations"]
-        allocations = measurement["allocations"]
         kinds = {subject: "cpu_time"}
         if "/real_time" in measurement["run_name"]:
             kinds = {subject: "real_time", subject + ", server": "cpu_time"}
         for kind, field in kinds.items():
             row = rows.setdefault((kind, int(size)), Row())
-            row.add(peer, measurement[field] / operations, allocations)
+            row.add(peer, measurement[field] / operations, measurement)
     return rows, sorted(set(skipped))
 
 
@@ -124,12 +130,20 @@ def report(measurements):
         print_table(["work", "size", *peers],
                     [[*key, *(f"{1e9 / rows[key].time(peer):.0f}" for peer in peers)]
                      for key in timed])
-    counted = [key for key in keys if not key[0].endswith(", server") and
-               len({rows[key].allocated(peer) for peer in peers} - {""}) > 1]
-    if counted:
+    allocations = [key for key in keys if not key[0].endswith(", server") and
+                   len({rows[key].count("allocations", peer) for peer in peers} - {""}) > 1]
+    if allocations:
         print("Allocations per operation, where they differ.\n")
         print_table(["work", "size", *peers],
-                    [[*key, *(rows[key].allocated(peer) for peer in peers)] for key in counted])
+                    [[*key, *(rows[key].count("allocations", peer) for peer in peers)]
+                     for key in allocations])
+    counts = [(key, name) for key in keys for name in COUNTS
+              if any((name, peer) in rows[key].counts for peer in peers)]
+    if counts:
+        print("Counted besides.\n")
+        print_table(["work", "size", "count", *peers],
+                    [[*key, COUNTS[name], *(rows[key].count(name, peer) for peer in peers)]
+                     for key, name in counts])
     for reason in skipped:
         print(f"Left out: {reason}\n")
 
