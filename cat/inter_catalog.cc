@@ -92,8 +92,9 @@ CTab<CStr> CInterCatalog::findFiles(const char* language, CStr pattern) {
     glob_t found = {};
     if (glob(wildcards.get(), 0, nullptr, &found) == 0) {
         for (size_t i = 0; i < found.gl_pathc; ++i) {
-            if (paths.append(found.gl_pathv[i]) == -1) {
-                paths.empty();
+            const CStr path(found.gl_pathv[i]);
+            if (path.isEmpty() || paths.append(path) == -1) {
+                paths.empty();  // all or nothing, without memory
                 break;
             }
         }
