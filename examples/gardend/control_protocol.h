@@ -11,25 +11,34 @@
  * one is the status: "OK", or "ERROR" and a sentence. A connection takes any number of requests,
  * one after the other.
  *
- *     request                    lines before the status
- *     status                     "zones N", "open N", "litres N.NNN",
- *                                "clock synchronized" or "clock unsynchronized", "schedules N",
- *                                "next ZONE DAY HH:MM": the next watering, or "next none"
- *     zones                      for each zone "NAME open|closed PERCENT LITRES [SECONDS]":
- *                                "roses open 31.0 0.000 1200" closes by itself in 1200 seconds
- *     moisture                   for each zone "NAME SAMPLES LOWEST MEAN HIGHEST", in percent,
- *                                since midnight: "roses 12 30.9 31.0 31.1"
- *     open ZONE [MINUTES]        none; the valve of the zone is open now: until it is closed, or
- *                                for 1 to 1440 minutes from now, whatever was said before
- *     close ZONE                 none; the valve is closed now
+ *     request                   lines before the status
+ *     status                    "zones N", "open N", "litres N.NNN",
+ *                               "clock synchronized" or "clock unsynchronized", "schedules N",
+ *                               "next ZONE DAY HH:MM": the next watering, or "next none"
+ *     zones                     for each zone "NAME open|closed PERCENT LITRES [SECONDS]":
+ *                               "roses open 31.0 0.000 1200" closes by itself in 1200 seconds
+ *     moisture                  for each zone "NAME SAMPLES LOWEST MEAN HIGHEST", in percent,
+ *                               since midnight: "roses 12 30.9 31.0 31.1"
+ *     summary                   one, for people
+ *     open ZONE [MINUTES]       none; the valve of the zone is open now: until it is closed, or
+ *                               for 1 to 1440 minutes from now, whatever was said before
+ *     close ZONE                none; the valve is closed now
  *     schedule add ZONE DAYS HH:MM MINUTES
- *                                the number of the new schedule: on these days, at this local time
- *                                (00:01 to 23:59), the valve opens for 1 to 1440 minutes, or stays
- *                                open for longer where it is open for longer already. DAYS is
- * "daily", or a list of mon, tue, wed, thu, fri, sat, sun with commas: "mon,wed,fri" schedule list
- * for each schedule "NUMBER ZONE DAYS HH:MM MINUTES" schedule remove NUMBER     none; a valve that
- * it has opened stays open for its time clock synchronized         none; from now on the clock of
- * the machine counts as right. To be said again whenever it has been set quit none; the daemon ends
+ *                               the number of the new schedule: on these days, at this local
+ *                               time (00:01 to 23:59), the valve opens for 1 to 1440 minutes, or
+ *                               stays open for longer where it is open for longer already
+ *     schedule list             for each schedule "NUMBER ZONE DAYS HH:MM MINUTES"
+ *     schedule remove NUMBER    none; a valve that it has opened stays open for its time
+ *     clock synchronized        none; from now on the clock of the machine counts as right. To be
+ *                               said again whenever it has been set
+ *     language LIST             "en", "fr" or "de": the language of the summary and of the
+ *                               sentences behind "ERROR", from now on, on this connection
+ *     quit                      none; the daemon ends
+ *
+ * DAYS is "daily", or a list of mon, tue, wed, thu, fri, sat, sun with commas: "mon,wed,fri".
+ * LIST is as in the HTTP field Accept-Language, without blanks: "de-AT" or "de,fr;q=0.5". All
+ * other words are the same in every language, so that programs understand the lines; as long as
+ * a client does not ask for a language, the sentences are English.
  *
  * Lines end with LF and are UTF-8. After a line that is too long the daemon closes the connection.
  * There are 64 schedules at most; they live as long as the daemon.

@@ -5,18 +5,12 @@
 #include <limits.h>
 #include <string.h>
 
+#include "gardend_messages.h"
 #include "words.h"
 
 namespace gardend {
 
 namespace {
-
-constexpr char kUnknown[] = "unknown request";
-constexpr char kBadDays[] = "the days must be daily, or a list such as mon,wed,fri";
-constexpr char kBadTime[] = "the time must be between 00:01 and 23:59";
-constexpr char kBadMinutes[] = "the minutes must be a number from 1 to 1440";
-constexpr char kBadNumber[] = "a schedule is known by its number, from 1 on";
-constexpr char kBadCount[] = "a schedule needs ZONE DAYS HH:MM MINUTES";
 
 constexpr int kMaxMinutes = 1440;
 
@@ -52,20 +46,22 @@ struct Form {
     const char* second;  // null: any word, or none
     int fewest;
     int most;
-    const char* complaint;  // about the number of words
+    unsigned complaint;  // about the number of words
 };
 
 constexpr Form kForms[] = {
-    {ControlRequest::kStatus, "status", nullptr, 1, 1, kUnknown},
-    {ControlRequest::kZones, "zones", nullptr, 1, 1, kUnknown},
-    {ControlRequest::kMoisture, "moisture", nullptr, 1, 1, kUnknown},
-    {ControlRequest::kOpen, "open", nullptr, 2, 3, kUnknown},
-    {ControlRequest::kClose, "close", nullptr, 2, 2, kUnknown},
-    {ControlRequest::kAddSchedule, "schedule", "add", 6, 6, kBadCount},
-    {ControlRequest::kListSchedules, "schedule", "list", 2, 2, kUnknown},
-    {ControlRequest::kRemoveSchedule, "schedule", "remove", 3, 3, kBadNumber},
-    {ControlRequest::kClockSynchronized, "clock", "synchronized", 2, 2, kUnknown},
-    {ControlRequest::kQuit, "quit", nullptr, 1, 1, kUnknown},
+    {ControlRequest::kStatus, "status", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kZones, "zones", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kMoisture, "moisture", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kOpen, "open", nullptr, 2, 3, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kClose, "close", nullptr, 2, 2, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kAddSchedule, "schedule", "add", 6, 6, GARDEND_BAD_SCHEDULE},
+    {ControlRequest::kListSchedules, "schedule", "list", 2, 2, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kRemoveSchedule, "schedule", "remove", 3, 3, GARDEND_BAD_NUMBER},
+    {ControlRequest::kClockSynchronized, "clock", "synchronized", 2, 2, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kSummary, "summary", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kLanguage, "language", nullptr, 2, 2, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kQuit, "quit", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
 };
 
 const Form* findForm(const Words& words) {
@@ -78,31 +74,31 @@ const Form* findForm(const Words& words) {
     return nullptr;
 }
 
-const char* readMinutes(const char* word, ControlRequest& request) {
-    return readNumber(word, 1, kMaxMinutes, request.runMinutes) ? nullptr : kBadMinutes;
+unsigned readMinutes(const char* word, ControlRequest& request) {
+    return readNumber(word, 1, kMaxMinutes, request.runMinutes) ? 0 : GARDEND_BAD_MINUTES;
 }
 
-const char* readSchedule(const Words& words, ControlRequest& request) {
+unsigned readSchedule(const Words& words, ControlRequest& request) {
     strcpy(request.zone, words[2]);
     if (!readDays(words[3], request.days)) {
-        return kBadDays;
+        return GARDEND_BAD_DAYS;
     }
     // Midnight itself the scheduler may pass over, should its look at the new day come late.
     if (!readTimeOfDay(words[4], request.hour, request.minute) ||
         request.hour + request.minute == 0) {
-        return kBadTime;
+        return GARDEND_BAD_TIME;
     }
     return readMinutes(words[5], request);
 }
 
 }  // namespace
 
-const char* readRequest(const char* line, ControlRequest& request) {
+unsigned readRequest(const char* line, ControlRequest& request) {
     Words words;
     split(line, words);
     const Form* const form = findForm(words);
     if (form == nullptr) {
-        return kUnknown;
+        return GARDEND_UNKNOWN_REQUEST;
     }
     if (words.count < form->fewest || words.count > form->most) {
         return form->complaint;
@@ -113,13 +109,16 @@ const char* readRequest(const char* line, ControlRequest& request) {
         case ControlRequest::kOpen:
         case ControlRequest::kClose:
             strcpy(request.zone, words[1]);
-            return words.count == 3 ? readMinutes(words[2], request) : nullptr;
+            return words.count == 3 ? readMinutes(words[2], request) : 0;
         case ControlRequest::kAddSchedule:
             return readSchedule(words, request);
         case ControlRequest::kRemoveSchedule:
-            return readNumber(words[2], 1, INT_MAX, request.number) ? nullptr : kBadNumber;
+            return readNumber(words[2], 1, INT_MAX, request.number) ? 0 : GARDEND_BAD_NUMBER;
+        case ControlRequest::kLanguage:
+            strcpy(request.languages, words[1]);
+            return 0;
         default:
-            return nullptr;
+            return 0;
     }
 }
 

@@ -21,12 +21,15 @@ struct ControlRequest {
         kListSchedules,
         kRemoveSchedule,
         kClockSynchronized,
+        kSummary,
+        kLanguage,
         kQuit
     };
 
     Kind kind = kStatus;
-    char zone[kMaxControlLine] = "";  // whether there is one of that name is not known here
-    uint8_t days = 0;                 // ZOL_SUNDAY to ZOL_SATURDAY, or-ed
+    char zone[kMaxControlLine] = "";       // whether there is one of that name is not known here
+    char languages[kMaxControlLine] = "";  // as the client has written them
+    uint8_t days = 0;                      // ZOL_SUNDAY to ZOL_SATURDAY, or-ed
     uint8_t hour = 0;
     uint8_t minute = 0;
     int runMinutes = 0;  // that a valve is open
@@ -38,9 +41,9 @@ struct ControlRequest {
  *
  * @param line     without LF, shorter than kMaxControlLine
  * @param request  has its initial values; good on success only
- * @return         null; else a sentence that says what is wrong
+ * @return         0; else the message that says what is wrong, see gardend_messages.h
  */
-const char* readRequest(const char* line, ControlRequest& request);
+unsigned readRequest(const char* line, ControlRequest& request);
 
 }  // namespace gardend
 

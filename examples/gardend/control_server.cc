@@ -7,6 +7,7 @@
 #include <syslog.h>
 
 #include "control_request.h"
+#include "summary.h"
 #include "words.h"
 
 namespace gardend {
@@ -14,8 +15,6 @@ namespace gardend {
 namespace {
 
 constexpr int kMaxConnections = 16;
-constexpr char kNoZone[] = "no such zone";
-constexpr char kNoMemory[] = "no memory";
 
 void listStatus(const CGarden& garden, const CWateringPlan& plan, CText& out) {
     const bool clockIsRight = zol::CTime::synchronized != 0;
@@ -69,24 +68,32 @@ void listSchedules(const CWateringPlan& plan, CText& out) {
 class CControlDialog : public CDialog {
   public:
     CControlDialog(CControlServer& server, int fd, zol::CEventLoop& loop, CGarden& garden,
-                   CWateringPlan& plan)
-        : CDialog(server, fd), m_loop(loop), m_garden(garden), m_plan(plan) {}
+                   CWateringPlan& plan, CLanguages& languages)
+        : CDialog(server, fd),
+          m_loop(loop),
+          m_garden(garden),
+          m_plan(plan),
+          m_languages(languages) {}
 
   protected:
     int take(const char* bytes, int size, CText& answer, bool& last) override;
 
   private:
-    const char* answerLine(const char* line, CText& answer);
-    const char* openValve(const ControlRequest& request);
-    const char* closeValve(const ControlRequest& request);
-    const char* addSchedule(const ControlRequest& request, CText& answer);
-    const char* trustClock();
-    const char* quit();
+    void refuse(unsigned reason, CText& answer);
+    unsigned answerLine(const char* line, CText& answer);
+    unsigned openValve(const ControlRequest& request);
+    unsigned closeValve(const ControlRequest& request);
+    unsigned addSchedule(const ControlRequest& request, CText& answer);
+    unsigned trustClock();
+    unsigned changeLanguage(const ControlRequest& request, CText& answer);
+    unsigned quit();
 
     zol::CEventLoop& m_loop;
     CGarden& m_garden;
     CWateringPlan& m_plan;
-    CText m_line;  // as much as has come of the present request
+    CLanguages& m_languages;
+    zol::CStr m_wished;  // languages of the client
+    CText m_line;        // as much as has come of the present request
 };
 
 int CControlDialog::take(const char* bytes, int size, CText& answer, bool& last) {
@@ -95,7 +102,7 @@ int CControlDialog::take(const char* bytes, int size, CText& answer, bool& last)
         end == nullptr ? size : static_cast<int>(static_cast<const char*>(end) - bytes);
     m_line.add(bytes, length);
     if (m_line.getLength() >= kMaxControlLine || !m_line.isWhole()) {
-        answer.add(m_line.isWhole() ? "ERROR the line is too long\n" : "ERROR no memory\n");
+        refuse(m_line.isWhole() ? GARDEND_LINE_TOO_LONG : GARDEND_NO_MEMORY, answer);
         last = true;
         return size;
     }
@@ -103,36 +110,42 @@ int CControlDialog::take(const char* bytes, int size, CText& answer, bool& last)
         return size;
     }
 
-    const char* error = "the line is not a text";
+    unsigned refusal = GARDEND_LINE_NOT_TEXT;
     if (memchr(m_line.get(), '\0', static_cast<size_t>(m_line.getLength())) == nullptr) {
-        error = answerLine(m_line.get(), answer);
+        refusal = answerLine(m_line.get(), answer);
     }
-    if (error == nullptr) {
+    if (refusal == 0) {
         answer.add("OK\n");
     } else {
-        answer.add("ERROR ").add(error).add("\n");
+        refuse(refusal, answer);
     }
     m_line.clear();
     return length + 1;
 }
 
-// This and what it calls: @return null; else a sentence that says what is wrong
-const char* CControlDialog::answerLine(const char* line, CText& answer) {
+void CControlDialog::refuse(unsigned reason, CText& answer) {
+    answer.add("ERROR ");
+    m_languages.choose(m_wished.get()).add(answer, reason);
+    answer.add("\n");
+}
+
+// This and what it calls: @return 0; else the message that says what is wrong
+unsigned CControlDialog::answerLine(const char* line, CText& answer) {
     ControlRequest request;
-    const char* const error = readRequest(line, request);
-    if (error != nullptr) {
+    const unsigned error = readRequest(line, request);
+    if (error != 0) {
         return error;
     }
     switch (request.kind) {
         case ControlRequest::kStatus:
             listStatus(m_garden, m_plan, answer);
-            return nullptr;
+            return 0;
         case ControlRequest::kZones:
             listZones(m_garden, answer);
-            return nullptr;
+            return 0;
         case ControlRequest::kMoisture:
             listMoisture(m_garden, answer);
-            return nullptr;
+            return 0;
         case ControlRequest::kOpen:
             return openValve(request);
         case ControlRequest::kClose:
@@ -141,42 +154,48 @@ const char* CControlDialog::answerLine(const char* line, CText& answer) {
             return addSchedule(request, answer);
         case ControlRequest::kListSchedules:
             listSchedules(m_plan, answer);
-            return nullptr;
+            return 0;
         case ControlRequest::kRemoveSchedule:
-            return m_plan.remove(request.number) ? nullptr : "no such schedule";
+            return m_plan.remove(request.number) ? 0 : GARDEND_NO_SUCH_SCHEDULE;
         case ControlRequest::kClockSynchronized:
             return trustClock();
+        case ControlRequest::kSummary:
+            addSummary(m_garden, m_plan, m_languages.choose(m_wished.get()), answer);
+            answer.add("\n");
+            return 0;
+        case ControlRequest::kLanguage:
+            return changeLanguage(request, answer);
         case ControlRequest::kQuit:
             return quit();
     }
-    return "unknown request";
+    return GARDEND_UNKNOWN_REQUEST;
 }
 
-const char* CControlDialog::openValve(const ControlRequest& request) {
+unsigned CControlDialog::openValve(const ControlRequest& request) {
     CZone* const zone = m_garden.findZone(request.zone);
     if (zone == nullptr) {
-        return kNoZone;
+        return GARDEND_NO_SUCH_ZONE;
     }
     if (request.runMinutes == 0) {
         zone->open();
-        return nullptr;
+        return 0;
     }
-    return zone->openFor(minutesOf(request.runMinutes)) ? nullptr : "no timer";
+    return zone->openFor(minutesOf(request.runMinutes)) ? 0 : GARDEND_NO_TIMER;
 }
 
-const char* CControlDialog::closeValve(const ControlRequest& request) {
+unsigned CControlDialog::closeValve(const ControlRequest& request) {
     CZone* const zone = m_garden.findZone(request.zone);
     if (zone == nullptr) {
-        return kNoZone;
+        return GARDEND_NO_SUCH_ZONE;
     }
     zone->close();
-    return nullptr;
+    return 0;
 }
 
-const char* CControlDialog::addSchedule(const ControlRequest& request, CText& answer) {
+unsigned CControlDialog::addSchedule(const ControlRequest& request, CText& answer) {
     CZone* const zone = m_garden.findZone(request.zone);
     if (zone == nullptr) {
-        return kNoZone;
+        return GARDEND_NO_SUCH_ZONE;
     }
     Schedule schedule;
     schedule.zone = zone;
@@ -186,36 +205,46 @@ const char* CControlDialog::addSchedule(const ControlRequest& request, CText& an
     schedule.runMinutes = request.runMinutes;
     const int number = m_plan.add(schedule);
     if (number < 0) {
-        return number == CWateringPlan::kFull ? "there are too many schedules" : kNoMemory;
+        return number == CWateringPlan::kFull ? GARDEND_TOO_MANY_SCHEDULES : GARDEND_NO_MEMORY;
     }
     answer.addFormat("%d\n", number);
-    return nullptr;
+    return 0;
 }
 
 // The plan looks at once: what is next may come within the minute.
-const char* CControlDialog::trustClock() {
+unsigned CControlDialog::trustClock() {
     syslog(LOG_NOTICE, "the clock is right");
     zol::CTime::synchronized = 1;
-    return m_plan.start() ? nullptr : kNoMemory;
+    return m_plan.start() ? 0 : GARDEND_NO_MEMORY;
+}
+
+unsigned CControlDialog::changeLanguage(const ControlRequest& request, CText& answer) {
+    m_wished = request.languages;
+    if (m_wished != request.languages) {
+        return GARDEND_NO_MEMORY;
+    }
+    answer.add(m_languages.choose(m_wished.get()).getLanguage()).add("\n");
+    return 0;
 }
 
 // The answer leaves before the loop ends: it finishes its turn.
-const char* CControlDialog::quit() {
+unsigned CControlDialog::quit() {
     syslog(LOG_NOTICE, "asked to quit");
-    return m_loop.exitLoop() == 0 ? nullptr : "the loop does not end";
+    return m_loop.exitLoop() == 0 ? 0 : GARDEND_LOOP_DOES_NOT_END;
 }
 
 }  // namespace
 
 CControlServer::CControlServer(zol::CEventLoop& loop, CGarden& garden, CWateringPlan& plan,
-                               const zol::CTime& timeLimit)
+                               CLanguages& languages, const zol::CTime& timeLimit)
     : CDialogServer(loop.getThread(), "control", kMaxConnections, timeLimit),
       m_loop(loop),
       m_garden(garden),
-      m_plan(plan) {}
+      m_plan(plan),
+      m_languages(languages) {}
 
 zol::CConnection* CControlServer::createConnection(int fd) {
-    return new (std::nothrow) CControlDialog(*this, fd, m_loop, m_garden, m_plan);
+    return new (std::nothrow) CControlDialog(*this, fd, m_loop, m_garden, m_plan, m_languages);
 }
 
 }  // namespace gardend

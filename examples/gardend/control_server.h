@@ -6,6 +6,7 @@
 #include "control_protocol.h"
 #include "dialog.h"
 #include "garden.h"
+#include "languages.h"
 #include "watering_plan.h"
 
 namespace gardend {
@@ -14,12 +15,11 @@ namespace gardend {
 class CControlServer : public CDialogServer {
   public:
     /**
-     * @param loop       ended by the request "quit"; as the garden and the plan, it must live
-     * longer
+     * @param loop       ended by the request "quit"; as the three that follow, it must live longer
      * @param timeLimit  for one request and its answer, the wait for it included
      */
     CControlServer(zol::CEventLoop& loop, CGarden& garden, CWateringPlan& plan,
-                   const zol::CTime& timeLimit);
+                   CLanguages& languages, const zol::CTime& timeLimit);
 
     zol::CConnection* createConnection(int fd) override;
 
@@ -27,6 +27,7 @@ class CControlServer : public CDialogServer {
     zol::CEventLoop& m_loop;
     CGarden& m_garden;
     CWateringPlan& m_plan;
+    CLanguages& m_languages;
 };
 
 }  // namespace gardend

@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
-// gardenctl: asks gardend, in the language of control_protocol.h.
+// gardenctl: asks gardend, by the protocol of control_protocol.h.
 
+#include <ctype.h>
 #include <errno.h>
 #include <getopt.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -13,13 +15,16 @@
 #include "zol/sock.h"
 
 #include "control_request.h"
+#include "languages.h"
+
+namespace gardend {
 
 namespace {
 
 enum ExitStatus { kOk = 0, kFailed = 1, kUsage = 2 };
 
 constexpr char kHelp[] =
-    "Usage: gardenctl [--socket PATH] COMMAND\n"
+    "Usage: gardenctl [OPTION]... COMMAND\n"
     "Talks to gardend.\n"
     "\n"
     "  status                 numbers of zones, open valves, litres and schedules; the clock;\n"
@@ -28,6 +33,7 @@ constexpr char kHelp[] =
     "                         seconds until the valve closes by itself\n"
     "  moisture               a line for each zone: name, number of samples since midnight, and\n"
     "                         their lowest, mean and highest, in percent\n"
+    "  summary                a line for people: open valves, litres, the next watering\n"
     "  open ZONE [MINUTES]    opens a valve, until it is closed or for some minutes\n"
     "  close ZONE             closes a valve\n"
     "  schedule add ZONE DAYS HH:MM MINUTES\n"
@@ -40,21 +46,67 @@ constexpr char kHelp[] =
     "                         a time service calls, each time when it has set the clock\n"
     "  quit                   ends gardend\n"
     "\n"
-    "  --socket PATH  control socket of gardend (/run/gardend.sock)\n"
-    "  --help         this text\n"
+    "  --socket PATH    control socket of gardend (/run/gardend.sock)\n"
+    "  --lang LANGUAGE  of the summary and of complaints: en, fr or de, or the name of a locale\n"
+    "                   (that of LC_ALL, LC_MESSAGES or LANG, the first one that is set)\n"
+    "  --help           this text\n"
     "\n"
     "Exit status: 0 done, 1 gardend refused or is not there, 2 wrong usage.\n";
 
 constexpr int kAnswerLimitSeconds = 10;
 
-int complainAboutUsage() {
-    (void)fputs("Try gardenctl --help.\n", stderr);
+constexpr int kLanguageSize = 36;
+
+/** What the command line says. */
+struct Arguments {
+    const char* path = kDefaultControlPath;
+    char language[kLanguageSize] = "";  // "de-AT"; empty: none in particular
+};
+
+void complain(const CPhrases& phrases, unsigned id, std::initializer_list<Value> values = {}) {
+    CText complaint;
+    phrases.add(complaint, id, values);
+    (void)fprintf(stderr, "gardenctl: %s\n", complaint.get());
+}
+
+int complainAboutUsage(const CPhrases& phrases) {
+    CText advice;
+    phrases.add(advice, GARDEND_TRY_HELP);
+    (void)fprintf(stderr, "%s\n", advice.get());
     return kUsage;
+}
+
+// Reads the name of a locale, "de_AT.UTF-8", or of a language, "de-AT". Nobody speaks "C".
+// @return false, with `language` as it was, for what is neither
+bool readLanguage(const char* name, char (&language)[kLanguageSize]) {
+    char read[kLanguageSize] = "";
+    const size_t length = strcspn(name, ".@");
+    if (length == 0 || length >= sizeof(read)) {
+        return false;
+    }
+    for (size_t i = 0; i < length; ++i) {
+        read[i] = name[i] == '_' ? '-' : name[i];
+        if (isalnum(static_cast<unsigned char>(read[i])) == 0 && read[i] != '-') {
+            return false;
+        }
+    }
+    strcpy(language, read);
+    return true;
+}
+
+void readEnvironment(Arguments& arguments) {
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* const locale = getenv(variable);
+        if (locale != nullptr && *locale != '\0') {
+            (void)readLanguage(locale, arguments.language);
+            return;
+        }
+    }
 }
 
 // Makes the request line of the command, without its end.
 // @return false for words that are no words, and when there are too many
-bool join(int count, char** words, char (&line)[gardend::kMaxControlLine]) {
+bool join(int count, char** words, char (&line)[kMaxControlLine]) {
     size_t size = 0;
     for (int i = 0; i < count; ++i) {
         const size_t length = strlen(words[i]);
@@ -70,16 +122,28 @@ bool join(int count, char** words, char (&line)[gardend::kMaxControlLine]) {
     return true;
 }
 
-// The end of the line takes the place of the NUL.
-bool sendRequest(int fd, char* line) {
-    const size_t length = strlen(line);
-    line[length] = '\n';
-    const ssize_t size = static_cast<ssize_t>(length) + 1;
-    return send(fd, line, length + 1, MSG_NOSIGNAL) == size;
+// Says in which language to answer, and asks.
+bool sendRequest(int fd, const char* language, const char* line) {
+    CText lines;
+    if (*language != '\0') {
+        lines.add("language ").add(language).add("\n");
+    }
+    lines.add(line).add("\n");
+    const auto size = static_cast<size_t>(lines.getLength());
+    return lines.isWhole() &&
+           send(fd, lines.get(), size, MSG_NOSIGNAL) == static_cast<ssize_t>(size);
+}
+
+// Passes over an answer. Whether gardend speaks the language does not matter.
+void skipAnswer(FILE* answer) {
+    char line[512];
+    while (fgets(line, sizeof(line), answer) != nullptr && strcmp(line, "OK\n") != 0 &&
+           strncmp(line, "ERROR ", 6) != 0) {
+    }
 }
 
 // Reads and prints the answer. @return the exit status
-int showAnswer(FILE* answer) {
+int showAnswer(FILE* answer, const CPhrases& phrases) {
     char line[512];
     while (fgets(line, sizeof(line), answer) != nullptr) {
         if (strcmp(line, "OK\n") == 0) {
@@ -91,14 +155,14 @@ int showAnswer(FILE* answer) {
         }
         (void)fputs(line, stdout);
     }
-    (void)fputs("gardenctl: gardend did not answer\n", stderr);
+    complain(phrases, GARDEND_NO_ANSWER);
     return kFailed;
 }
 
-int ask(const char* path, char* line) {
-    const int fd = xsock_open_unix_client(path, 0);
+int ask(const Arguments& arguments, const char* line, const CPhrases& phrases) {
+    const int fd = xsock_open_unix_client(arguments.path, 0);
     if (fd < 0) {
-        (void)fprintf(stderr, "gardenctl: no gardend at %s: %s\n", path, strerror(errno));
+        complain(phrases, GARDEND_NO_GARDEND, {arguments.path, strerror(errno)});
         return kFailed;
     }
     const timeval limit = {kAnswerLimitSeconds, 0};
@@ -111,49 +175,65 @@ int ask(const char* path, char* line) {
         return kFailed;
     }
     int status = kFailed;
-    if (sendRequest(fd, line)) {
-        status = showAnswer(answer);
+    if (sendRequest(fd, arguments.language, line)) {
+        if (*arguments.language != '\0') {
+            skipAnswer(answer);
+        }
+        status = showAnswer(answer, phrases);
     } else {
-        perror("gardenctl: cannot ask gardend");
+        complain(phrases, GARDEND_CANNOT_ASK, {strerror(errno)});
     }
     (void)fclose(answer);
     return status;
 }
 
+// Checks the command as gardend would do it, and hands it on.
+int command(const Arguments& arguments, int count, char** words, const CPhrases& phrases) {
+    if (strlen(arguments.path) >= sizeof(sockaddr_un::sun_path)) {
+        complain(phrases, GARDEND_PATH_TOO_LONG, {arguments.path});
+        return kUsage;
+    }
+    char line[kMaxControlLine];
+    if (!join(count, words, line)) {
+        return complainAboutUsage(phrases);
+    }
+    ControlRequest request;
+    const unsigned error = readRequest(line, request);
+    if (error != 0) {
+        complain(phrases, error);
+        return complainAboutUsage(phrases);
+    }
+    return ask(arguments, line, phrases);
+}
+
 }  // namespace
+
+}  // namespace gardend
 
 int main(int argc, char** argv) {
     static const option kOptions[] = {
         {"socket", required_argument, nullptr, 's'},
+        {"lang", required_argument, nullptr, 'l'},
         {"help", no_argument, nullptr, 'h'},
         {nullptr, 0, nullptr, 0},
     };
-    const char* path = gardend::kDefaultControlPath;
+    gardend::Arguments arguments;
+    gardend::readEnvironment(arguments);
+    bool good = true;
     int which = 0;
-    while ((which = getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
+    while (good && (which = getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
         if (which == 'h') {
-            (void)fputs(kHelp, stdout);
-            return kOk;
+            (void)fputs(gardend::kHelp, stdout);
+            return gardend::kOk;
         }
-        if (which != 's') {
-            return complainAboutUsage();
+        if (which == 's') {
+            arguments.path = optarg;
+        } else {
+            good = which == 'l' && gardend::readLanguage(optarg, arguments.language);
         }
-        path = optarg;
     }
-    if (strlen(path) >= sizeof(sockaddr_un::sun_path)) {
-        (void)fprintf(stderr, "gardenctl: %s: too long for a socket\n", path);
-        return kUsage;
-    }
-
-    char line[gardend::kMaxControlLine];
-    gardend::ControlRequest request;
-    if (!join(argc - optind, argv + optind, line)) {
-        return complainAboutUsage();
-    }
-    const char* const error = gardend::readRequest(line, request);
-    if (error != nullptr) {
-        (void)fprintf(stderr, "gardenctl: %s\n", error);
-        return complainAboutUsage();
-    }
-    return ask(path, line);
+    gardend::CLanguages languages(gardend::findCatalogs().get());
+    const gardend::CPhrases phrases = languages.choose(arguments.language);
+    return good ? gardend::command(arguments, argc - optind, argv + optind, phrases)
+                : gardend::complainAboutUsage(phrases);
 }

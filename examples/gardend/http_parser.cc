@@ -224,6 +224,8 @@ void CHttpParser::parseField(const zol::CStr& line) {
     } else if (strcasecmp(name.get(), "Connection") == 0) {
         m_close = m_close || listHas(text, "close");
         m_keepAlive = m_keepAlive || listHas(text, "keep-alive");
+    } else if (strcasecmp(name.get(), "Accept-Language") == 0) {
+        addToList(m_request.languages, text);
     }
 }
 
@@ -268,6 +270,15 @@ bool CHttpParser::copy(zol::CStr& to, const char* text, int length) {
         return false;
     }
     return true;
+}
+
+// A field that comes several times is one list.
+void CHttpParser::addToList(zol::CStr& list, const char* text) {
+    const int expected = list.getLength() + 1 + static_cast<int>(strlen(text));
+    list.concat(",", 1).concat(text, -1);
+    if (list.getLength() != expected) {
+        fail(503);
+    }
 }
 
 int CHttpParser::skipBody(int size) {

@@ -10,7 +10,8 @@ namespace gardend {
 /** What a request asks for. */
 struct HttpRequest {
     zol::CStr method;
-    zol::CStr path;          // of the target: no host, no query; "%41" stays as it is
+    zol::CStr path;       // of the target: no host, no query; "%41" stays as it is
+    zol::CStr languages;  // that the client would like: all its fields Accept-Language as one list
     bool keepAlive = false;  // the client would like to go on with the connection
 };
 
@@ -69,6 +70,7 @@ class CHttpParser {
     void endHead();
     int skipBody(int size);
     bool copy(zol::CStr& to, const char* text, int length);
+    void addToList(zol::CStr& list, const char* text);
     void fail(int status);
 
     State m_state = kIncomplete;

@@ -96,6 +96,9 @@ void writeAnswer(const HttpAnswer& answer, const char* method, bool keepAlive, C
     addDate(out);
     out.addFormat("Content-Type: %s\r\n", answer.contentType);
     out.addFormat("Content-Length: %d\r\n", answer.body.getLength());
+    if (answer.language != nullptr) {
+        out.addFormat("Content-Language: %s\r\nVary: Accept-Language\r\n", answer.language);
+    }
     out.add(answer.fields);
     // A client of HTTP/1.0 waits for the word, others do not mind it.
     out.add(keepAlive ? "Connection: keep-alive\r\n" : "Connection: close\r\n");

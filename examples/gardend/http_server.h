@@ -13,7 +13,8 @@ namespace gardend {
 struct HttpAnswer {
     int status = 200;
     const char* contentType = "text/plain; charset=utf-8";
-    const char* fields = "";  // further header fields: whole lines, each with its CR LF
+    const char* language = nullptr;  // of the body, where it was chosen for the client
+    const char* fields = "";         // further header fields: whole lines, each with its CR LF
     CText body;
 };
 

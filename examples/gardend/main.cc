@@ -5,7 +5,8 @@
 // How it hangs together: one event loop runs everything. The garden ticks on a timer, and the plan
 // (watering_plan.h) waters it by the calendar; the status page (http_server.h, status_page.h) shows
 // both; the control socket (control_server.h) changes them. Both servers speak through dialog.h,
-// which does the reading and writing. This file puts the pieces together and ends them.
+// which does the reading and writing, and in the language of their client (languages.h). This file
+// puts the pieces together and ends them.
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -22,6 +23,7 @@
 #include "control_server.h"
 #include "garden.h"
 #include "http_server.h"
+#include "languages.h"
 #include "options.h"
 #include "status_page.h"
 #include "watering_plan.h"
@@ -58,9 +60,10 @@ class CDaemon : public zol::CEventDest<CDaemon, void> {
     explicit CDaemon(const Options& options)
         : m_options(options),
           m_plan(m_loop.getThread()),
-          m_site(m_garden, m_plan),
+          m_languages(options.catalogs.isEmpty() ? findCatalogs().get() : options.catalogs.get()),
+          m_site(m_garden, m_plan, m_languages),
           m_http(m_loop.getThread(), m_site, options.timeLimit),
-          m_control(m_loop, m_garden, m_plan, options.timeLimit) {}
+          m_control(m_loop, m_garden, m_plan, m_languages, options.timeLimit) {}
 
     ~CDaemon() override;
 
@@ -80,6 +83,7 @@ class CDaemon : public zol::CEventDest<CDaemon, void> {
     zol::CEventLoop m_loop;
     CGarden m_garden;
     CWateringPlan m_plan;
+    CLanguages m_languages;
     CStatusSite m_site;
     CHttpServer m_http;
     CControlServer m_control;
@@ -104,6 +108,9 @@ bool CDaemon::start() {
     }
     if (!listenForClients()) {
         return false;
+    }
+    if (!m_languages.hasDefault()) {
+        syslog(LOG_WARNING, "no message catalog of English: see --texts");
     }
     announce();
     return true;

@@ -21,6 +21,9 @@ constexpr char kHelp[] =
     "  --listen ADDR:PORT  IPv4 address and TCP port of the status page; port 0: any free one\n"
     "                      (127.0.0.1:8080)\n"
     "  --socket PATH       control socket, for gardenctl (/run/gardend.sock)\n"
+    "  --texts PATTERN     where the message catalogs are: a path with %s for the language, and\n"
+    "                      wildcards (texts/%s/gardend.cat beside the program, or\n"
+    "                      ../share/gardend/%s/gardend.cat)\n"
     "  --tick MS           milliseconds between two looks at the garden (1000)\n"
     "  --sample SECONDS    seconds between two samples of the moisture (60)\n"
     "  --timeout MS        milliseconds that a client has for one request (30000)\n"
@@ -71,10 +74,21 @@ bool readPath(const char* text, zol::CStr& path) {
 }  // namespace
 
 int readOptions(int argc, char** argv, Options& options) {
-    enum { kListen = 1, kSocket, kTick, kSample, kTimeout, kWaitForClock, kLogStderr, kShowHelp };
+    enum {
+        kListen = 1,
+        kSocket,
+        kTexts,
+        kTick,
+        kSample,
+        kTimeout,
+        kWaitForClock,
+        kLogStderr,
+        kShowHelp
+    };
     static const option kOptions[] = {
         {"listen", required_argument, nullptr, kListen},
         {"socket", required_argument, nullptr, kSocket},
+        {"texts", required_argument, nullptr, kTexts},
         {"tick", required_argument, nullptr, kTick},
         {"sample", required_argument, nullptr, kSample},
         {"timeout", required_argument, nullptr, kTimeout},
@@ -93,6 +107,10 @@ int readOptions(int argc, char** argv, Options& options) {
                 break;
             case kSocket:
                 good = readPath(optarg, options.controlPath);
+                break;
+            case kTexts:
+                options.catalogs = optarg;
+                good = *optarg != '\0';
                 break;
             case kTick:
                 good = readDuration(optarg, kMillisecond, options.tick);

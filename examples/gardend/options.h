@@ -17,6 +17,8 @@ struct Options {
     uint32_t address = 0x7f000001;  // of the status page, host byte order
     uint16_t port = 8080;           // host byte order; 0: the system chooses
     zol::CStr controlPath = kDefaultControlPath;
+    zol::CStr
+        catalogs;  // pattern of their paths, see zol/cat.h; empty: where this program has them
     zol::CTime tick = zol::CTime(1000000);
     zol::CTime samplePeriod = zol::CTime(60000000);
     zol::CTime timeLimit = zol::CTime(30000000);  // for one exchange with a client

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "status_page.h"
 
+#include "summary.h"
 #include "words.h"
 
 namespace gardend {
@@ -12,14 +13,7 @@ namespace {
 constexpr char kPageFields[] =
     "Content-Security-Policy: default-src 'none'; style-src 'unsafe-inline'\r\n";
 
-constexpr char kPageHead[] = R"(<!DOCTYPE html>
-<html lang="en">
-<head>
-<meta charset="utf-8">
-<meta name="viewport" content="width=device-width, initial-scale=1">
-<meta http-equiv="refresh" content="5">
-<title>The garden</title>
-<style>
+constexpr char kStyle[] = R"(<style>
 body { font: 1rem/1.5 system-ui, sans-serif; color: #233; background: #eef4ea; margin: 2rem auto; max-width: 40rem; padding: 0 1rem; }
 h1, h2 { font-weight: 500; color: #2d6a3e; }
 h2 { font-size: 1.1rem; }
@@ -31,62 +25,110 @@ th { background: #2d6a3e; color: #fff; font-weight: 500; }
 meter { width: 6rem; vertical-align: middle; }
 footer { margin-top: 1rem; color: #678; }
 </style>
-</head>
-<body>
-<h1>The garden 🌱</h1>
-<table>
-<tr><th>Zone</th><th>Valve</th><th>Moisture</th><th>Moisture today</th><th class="number">Delivered</th></tr>
 )";
 
-constexpr char kScheduleHead[] = R"(<h2>Every week</h2>
-<table>
-<tr><th>Zone</th><th>Days</th><th>Time</th><th class="number">Minutes</th></tr>
-)";
+/** A page as it is written: what is markup, and what is text in the language of the reader. */
+class CPage {
+  public:
+    CPage(const CPhrases& phrases, CText& out) : m_phrases(phrases), m_out(out) {}
 
-void addValve(const CZone& zone, CText& out) {
+    CPage& markup(const char* bytes) {
+        m_out.add(bytes);
+        return *this;
+    }
+
+    CPage& say(unsigned id, std::initializer_list<Value> values = {}) {
+        CText text;
+        m_phrases.add(text, id, values);
+        return plain(text);
+    }
+
+    CPage& plain(const Value& text) {
+        m_out.addHtml(text);
+        return *this;
+    }
+
+    /** Begins a table with its head. What the last column holds are numbers. */
+    CPage& beginTable(std::initializer_list<unsigned> columns);
+
+    CShort decimal(int64_t number, int decimals) const {
+        return m_phrases.decimal(number, decimals);
+    }
+
+  private:
+    const CPhrases& m_phrases;
+    CText& m_out;
+};
+
+CPage& CPage::beginTable(std::initializer_list<unsigned> columns) {
+    markup("<table>\n<tr>");
+    for (const unsigned& column : columns) {
+        markup(&column + 1 == columns.end() ? "<th class=\"number\">" : "<th>");
+        say(column).markup("</th>");
+    }
+    return markup("</tr>\n");
+}
+
+void addHead(const CPhrases& phrases, CPage& page) {
+    page.markup("<!DOCTYPE html>\n<html lang=\"").markup(phrases.getLanguage());
+    page.markup(
+        "\">\n<head>\n<meta charset=\"utf-8\">\n"
+        "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+        "<meta http-equiv=\"refresh\" content=\"5\">\n<title>");
+    page.say(GARDEND_TITLE).markup("</title>\n").markup(kStyle);
+    page.markup("</head>\n<body>\n<h1>").say(GARDEND_TITLE).markup(" 🌱</h1>\n");
+}
+
+void addValve(const CZone& zone, CPage& page) {
+    const int left = zone.getSecondsLeft();
     if (!zone.isOpen()) {
-        out.add("<td>closed</td>");
+        page.markup("<td>").say(GARDEND_CLOSED);
+    } else if (left == 0) {
+        page.markup("<td class=\"open\">").say(GARDEND_OPEN);
+    } else {
+        page.markup("<td class=\"open\">");
+        page.say(GARDEND_OPEN_FOR, {CShort("%d:%02d", left / 60, left % 60)});
+    }
+    page.markup("</td>");
+}
+
+void addZone(const CZone& zone, CPage& page) {
+    const CMoistureLog& log = zone.getMoistureLog();
+    const int moisture = zone.getMoisturePermille();
+    page.markup("<tr><td>").plain(zone.getName()).markup("</td>");
+    addValve(zone, page);
+    page.markup("<td><meter max=\"100\" value=\"").plain(makeDecimal(moisture, 1));
+    page.markup("\"></meter> ").say(GARDEND_PERCENT, {page.decimal(moisture, 1)});
+    page.markup("</td><td>");
+    page.say(GARDEND_RANGE, {page.decimal(log.getLowest(), 1), page.decimal(log.getHighest(), 1)});
+    page.markup("</td><td class=\"number\">");
+    page.say(GARDEND_LITRES, {page.decimal(zone.getMillilitres(), 3)}).markup("</td></tr>\n");
+}
+
+void addDays(uint8_t days, CPage& page) {
+    if (days == kDaily) {
+        page.say(GARDEND_DAILY);
         return;
     }
-    out.add("<td class=\"open\">open");
-    const int left = zone.getSecondsLeft();
-    if (left > 0) {
-        out.addFormat(" for %d:%02d", left / 60, left % 60);
+    bool isFirst = true;
+    for (unsigned i = 1; i <= 7; ++i) {
+        const unsigned day = i % 7;  // from Monday to Sunday
+        if ((days >> day & 1U) != 0) {
+            if (!isFirst) {
+                page.say(GARDEND_DAY_SEPARATOR);
+            }
+            page.say(GARDEND_SUNDAY + day);
+            isFirst = false;
+        }
     }
-    out.add("</td>");
 }
 
-void addRow(const CZone& zone, CText& out) {
-    const CMoistureLog& log = zone.getMoistureLog();
-    out.add("<tr><td>").addHtml(zone.getName()).add("</td>");
-    addValve(zone, out);
-    out.add("<td><meter max=\"100\" value=\"");
-    out.addDecimal(zone.getMoisturePermille(), 1).add("\"></meter> ");
-    out.addDecimal(zone.getMoisturePermille(), 1).add(" %</td><td>");
-    out.addDecimal(log.getLowest(), 1).add(" – ");
-    out.addDecimal(log.getHighest(), 1).add(" %</td><td class=\"number\">");
-    out.addDecimal(zone.getMillilitres(), 3).add(" l</td></tr>\n");
-}
-
-void addRow(const Schedule& schedule, CText& out) {
-    char days[kDaysSize];
-    writeDays(schedule.days, days);
-    out.add("<tr><td>").addHtml(schedule.zone->getName());
-    out.addFormat("</td><td>%s</td><td>%02d:%02d</td>", days, schedule.hour, schedule.minute);
-    out.addFormat("<td class=\"number\">%d</td></tr>\n", schedule.runMinutes);
-}
-
-void addNext(const CWateringPlan& plan, CText& out) {
-    const NextWatering next = plan.findNext();
-    if (zol::CTime::synchronized == 0) {
-        out.add("the clock is not set");
-    } else if (next.schedule == nullptr) {
-        out.add("nothing is scheduled");
-    } else {
-        out.add("next: ").addHtml(next.schedule->zone->getName());
-        out.addFormat(" on %s at %02d:%02d", nameOfDay(next.day), next.schedule->hour,
-                      next.schedule->minute);
-    }
+void addSchedule(const Schedule& schedule, CPage& page) {
+    page.markup("<tr><td>").plain(schedule.zone->getName()).markup("</td><td>");
+    addDays(schedule.days, page);
+    page.markup("</td><td>").plain(CShort("%02d:%02d", schedule.hour, schedule.minute));
+    page.markup("</td><td class=\"number\">").plain(CShort("%d", schedule.runMinutes));
+    page.markup("</td></tr>\n");
 }
 
 void addObject(const CZone& zone, CText& out) {
@@ -112,23 +154,27 @@ void addObject(const Schedule& schedule, CText& out) {
 
 }  // namespace
 
-void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, CText& out) {
-    out.add(kPageHead);
+void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, const CPhrases& phrases,
+                     CText& out) {
+    CPage page(phrases, out);
+    addHead(phrases, page);
+    page.beginTable(
+        {GARDEND_ZONE, GARDEND_VALVE, GARDEND_MOISTURE, GARDEND_MOISTURE_TODAY, GARDEND_DELIVERED});
     for (const CZone& zone : garden.getZones()) {
-        addRow(zone, out);
+        addZone(zone, page);
     }
-    out.add("</table>\n");
+    page.markup("</table>\n");
     if (!plan.getSchedules().isEmpty()) {
-        out.add(kScheduleHead);
+        page.markup("<h2>").say(GARDEND_EVERY_WEEK).markup("</h2>\n");
+        page.beginTable({GARDEND_ZONE, GARDEND_DAYS, GARDEND_TIME, GARDEND_MINUTES});
         for (const Schedule& schedule : plan.getSchedules()) {
-            addRow(schedule, out);
+            addSchedule(schedule, page);
         }
-        out.add("</table>\n");
+        page.markup("</table>\n");
     }
-    out.addFormat("<footer>%d of %d valves open · ", garden.getOpenCount(), CGarden::kZoneCount);
-    out.addDecimal(garden.getMillilitres(), 3).add(" l delivered · ");
-    addNext(plan, out);
-    out.add("</footer>\n</body>\n</html>\n");
+    CText summary;
+    addSummary(garden, plan, phrases, summary);
+    page.markup("<footer>").plain(summary).markup("</footer>\n</body>\n</html>\n");
 }
 
 void writeStatusJson(const CGarden& garden, const CWateringPlan& plan, CText& out) {
@@ -160,7 +206,9 @@ void CStatusSite::answer(const HttpRequest& request, HttpAnswer& answer) {
     } else if (isPage) {
         answer.contentType = "text/html; charset=utf-8";
         answer.fields = kPageFields;
-        writeStatusPage(m_garden, m_plan, answer.body);
+        const CPhrases phrases = m_languages.choose(request.languages.get());
+        answer.language = phrases.getLanguage();
+        writeStatusPage(m_garden, m_plan, phrases, answer.body);
     } else {
         answer.contentType = "application/json";
         writeStatusJson(m_garden, m_plan, answer.body);

@@ -4,6 +4,7 @@
 
 #include <inttypes.h>
 #include <stdarg.h>
+#include <stdio.h>
 #include <string.h>
 
 namespace gardend {
@@ -35,15 +36,32 @@ CText& CText::addFormat(const char* format, ...) {
 }
 
 CText& CText::addDecimal(int64_t number, int decimals) {
-    int64_t one = 1;
-    for (int i = 0; i < decimals; ++i) {
-        one *= 10;
-    }
-    return addFormat("%" PRId64 ".%0*" PRId64, number / one, decimals, number % one);
+    return add(makeDecimal(number, decimals).get());
 }
 
-CText& CText::addHtml(const char* text) {
+CText& CText::addFilled(const char* text, std::initializer_list<Value> values) {
     for (const char* rest = text; *rest != '\0';) {
+        const size_t index = static_cast<size_t>(rest[1] - '1');  // too large for what is no digit
+        if (strncmp(rest, "%%", 2) == 0) {
+            add("%");
+            rest += 2;
+        } else if (*rest == '%' && index < values.size() && strncmp(rest + 2, "$s", 2) == 0) {
+            const Value& value = values.begin()[index];
+            m_whole = m_whole && value.whole;
+            add(value.text);
+            rest += 4;
+        } else {
+            const int plain = 1 + static_cast<int>(strcspn(rest + 1, "%"));
+            add(rest, plain);
+            rest += plain;
+        }
+    }
+    return *this;
+}
+
+CText& CText::addHtml(const Value& text) {
+    m_whole = m_whole && text.whole;
+    for (const char* rest = text.text; *rest != '\0';) {
         const int plain = static_cast<int>(strcspn(rest, "&<>\"'"));
         add(rest, plain);
         rest += plain;
@@ -70,6 +88,21 @@ CText& CText::addJson(const char* text) {
 void CText::clear() {
     m_str = "";
     m_whole = true;
+}
+
+CShort::CShort(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    (void)vsnprintf(m_text, sizeof(m_text), format, args);
+    va_end(args);
+}
+
+CShort makeDecimal(int64_t number, int decimals, const char* point) {
+    int64_t one = 1;
+    for (int i = 0; i < decimals; ++i) {
+        one *= 10;
+    }
+    return CShort("%" PRId64 "%s%0*" PRId64, number / one, point, decimals, number % one);
 }
 
 }  // namespace gardend

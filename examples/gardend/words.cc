@@ -10,7 +10,6 @@ namespace gardend {
 namespace {
 
 constexpr int kDays = 7;
-constexpr uint8_t kDaily = 127;
 constexpr char kDayNames[kDays][4] = {"sun", "mon", "tue", "wed", "thu", "fri", "sat"};
 
 bool isDigit(char c) {

@@ -16,6 +16,8 @@ bool readNumber(const char* word, int low, int high, int& number);
 /** Reads a time of the day: "06:30". */
 bool readTimeOfDay(const char* word, uint8_t& hour, uint8_t& minute);
 
+constexpr uint8_t kDaily = 127;  // all days
+
 /** Reads "daily" or a list such as "mon,wed,fri" into ZOL_SUNDAY to ZOL_SATURDAY, or-ed. */
 bool readDays(const char* word, uint8_t& days);
 

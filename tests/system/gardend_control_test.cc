@@ -10,6 +10,7 @@
 #include "zol/sched.h"
 
 #include "control_request.h"
+#include "languages.h"
 #include "words.h"
 
 namespace gardend {
@@ -20,20 +21,25 @@ using ::testing::HasSubstr;
 
 ControlRequest read(const std::string& line) {
     ControlRequest request;
-    EXPECT_EQ(nullptr, readRequest(line.c_str(), request)) << line;
+    EXPECT_EQ(0U, readRequest(line.c_str(), request)) << line;
     return request;
 }
 
 std::string complaint(const std::string& line) {
     ControlRequest request;
-    const char* const error = readRequest(line.c_str(), request);
-    return error == nullptr ? "" : error;
+    CText text;
+    const unsigned error = readRequest(line.c_str(), request);
+    if (error != 0) {
+        CPhrases("en", nullptr).add(text, error);
+    }
+    return text.get();
 }
 
 TEST(ControlRequest, IsOneWordWhereThereIsNothingMoreToSay) {
     EXPECT_EQ(ControlRequest::kStatus, read("status").kind);
     EXPECT_EQ(ControlRequest::kZones, read("zones").kind);
     EXPECT_EQ(ControlRequest::kMoisture, read("moisture").kind);
+    EXPECT_EQ(ControlRequest::kSummary, read("summary").kind);
     EXPECT_EQ(ControlRequest::kQuit, read("quit").kind);
 }
 
@@ -79,6 +85,14 @@ TEST(ControlRequest, VouchesForTheClock) {
     EXPECT_EQ(ControlRequest::kClockSynchronized, read("clock synchronized").kind);
 }
 
+TEST(ControlRequest, AsksForALanguage) {
+    const ControlRequest request = read("language de-AT,fr;q=0.5");
+
+    EXPECT_EQ(ControlRequest::kLanguage, request.kind);
+    EXPECT_STREQ("de-AT,fr;q=0.5", request.languages);
+    EXPECT_STREQ("", read("language ").languages);
+}
+
 TEST(ControlRequest, MayHaveAnyZone) {
     EXPECT_STREQ("", read("open ").zone);
     EXPECT_STREQ("lawn\r", read("open lawn\r").zone);
@@ -87,10 +101,26 @@ TEST(ControlRequest, MayHaveAnyZone) {
 }
 
 TEST(ControlRequest, IsUnknownInOtherWords) {
-    for (const char* line :
-         {"", " ", "open", "OPEN lawn", "status now", "quit ", "zones\r", " status", "close a b",
-          "schedule", "schedule lists", "schedule list all", "clock", "clock unsynchronized",
-          "clock synchronized now", "open a 1 2", "a b c d e f g h i j"}) {
+    for (const char* line : {"",
+                             " ",
+                             "open",
+                             "OPEN lawn",
+                             "status now",
+                             "quit ",
+                             "zones\r",
+                             " status",
+                             "close a b",
+                             "schedule",
+                             "schedule lists",
+                             "schedule list all",
+                             "clock",
+                             "clock unsynchronized",
+                             "clock synchronized now",
+                             "language",
+                             "language de fr",
+                             "summary now",
+                             "open a 1 2",
+                             "a b c d e f g h i j"}) {
         EXPECT_EQ("unknown request", complaint(line)) << line;
     }
     EXPECT_EQ("unknown request", complaint(std::string(127, ' ')));

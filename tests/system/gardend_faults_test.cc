@@ -1,12 +1,14 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 
-// The HTTP parser and the watering plan of gardend with each of its allocations failing in turn.
+// The HTTP parser, the watering plan and the status page of gardend with each of its allocations
+// failing in turn.
 
 #include <gtest/gtest.h>
 #include <string.h>
 
 #include "http_parser.h"
+#include "status_page.h"
 #include "support/alloc_faults.h"
 #include "watering_plan.h"
 
@@ -16,6 +18,7 @@ using gardend::CHttpParser;
 
 constexpr char kRequest[] =
     "POST http://garden/?a=b HTTP/1.1\r\nHost: garden\r\nConnection: close\r\n"
+    "Accept-Language: de\r\nAccept-Language: en\r\n"
     "Content-Length: 39\r\n\r\n";
 constexpr char kBody[] = "GET /smuggled HTTP/1.1\r\nHost: garden\r\n\r\n";
 
@@ -38,7 +41,27 @@ TEST(HttpParserFaults, EndWith503OrWithTheRequestAsItWasMeant) {
             EXPECT_EQ(size - 1, taken);  // the last byte is behind the body
             EXPECT_STREQ("POST", parser.getRequest().method.get());
             EXPECT_STREQ("/", parser.getRequest().path.get());
+            EXPECT_STREQ(",de,en", parser.getRequest().languages.get());
             EXPECT_FALSE(parser.getRequest().keepAlive);
+        }
+    });
+}
+
+// A text that cannot be read is said in English; one for which there is no room is missed.
+TEST(StatusPageFaults, LeaveNothingOutUnnoticed) {
+    gardend::CGarden garden;
+    gardend::CWateringPlan plan(nullptr);
+    gardend::CLanguages languages(GARDEND_CATALOGS);
+    (void)languages.choose("de");  // has been loaded before
+    forEachFailingAllocation([&] {
+        gardend::CText page;
+
+        gardend::writeStatusPage(garden, plan, languages.choose("de"), page);
+
+        if (page.isWhole()) {
+            EXPECT_NE(nullptr, strstr(page.get(), "<td>vegetables</td>"));
+            EXPECT_NE(nullptr, strstr(page.get(), "55"));
+            EXPECT_NE(nullptr, strstr(page.get(), "</html>"));
         }
     });
 }

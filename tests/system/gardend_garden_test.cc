@@ -163,7 +163,7 @@ class StatusPage : public ::testing::Test {
   protected:
     std::string page() {
         CText text;
-        writeStatusPage(m_garden, m_plan, text);
+        writeStatusPage(m_garden, m_plan, CPhrases("en", nullptr), text);
         EXPECT_TRUE(text.isWhole());
         return text.get();
     }

@@ -7,11 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "zol/sched.h"
+
 #include "garden.h"
 #include "http_parser.h"
 #include "http_server.h"
+#include "languages.h"
 #include "status_page.h"
 #include "watering_plan.h"
+#include "words.h"
 
 namespace gardend {
 
@@ -158,6 +162,20 @@ TEST(HttpConnectionField, ClosesWhereSeveralDisagree) {
 
 TEST(HttpConnectionField, LooksAtWholeWords) {
     EXPECT_EQ(found({"GET / keep-alive"}), parseWithField("Connection: closed, enclose"));
+}
+
+TEST(HttpAcceptLanguage, IsOneListHoweverManyFieldsThereAre) {
+    CHttpParser parser;
+    const std::string text =
+        "GET / HTTP/1.0\r\nAccept-Language: de-AT, en;q=0.5\r\naccept-language:\r\n"
+        "ACCEPT-LANGUAGE: fr\r\n\r\n";
+
+    parser.feed(text.data(), static_cast<int>(text.size()));
+
+    EXPECT_EQ(CHttpParser::kComplete, parser.getState());
+    EXPECT_STREQ(",de-AT, en;q=0.5,,fr", parser.getRequest().languages.get());
+    parser.restart();
+    EXPECT_STREQ("", parser.getRequest().languages.get());
 }
 
 TEST(HttpHost, IsNeededOnceByHttp11) {
@@ -388,6 +406,16 @@ TEST(HttpAnswer, SaysWhetherTheConnectionEnds) {
     EXPECT_THAT(writtenAnswer(HttpAnswer(), "GET", false), HasSubstr("\r\nConnection: close\r\n"));
 }
 
+TEST(HttpAnswer, SaysItsLanguageAndThatThereAreOthers) {
+    HttpAnswer answer;
+    EXPECT_THAT(writtenAnswer(answer, "GET", true), Not(HasSubstr("Language")));
+
+    answer.language = "de";
+
+    EXPECT_THAT(writtenAnswer(answer, "GET", true),
+                HasSubstr("\r\nContent-Language: de\r\nVary: Accept-Language\r\n"));
+}
+
 TEST(HttpAnswer, CarriesADateOnlyWhenTheClockIsSet) {
     zol::CTime::synchronized = 0;
     EXPECT_THAT(writtenAnswer(HttpAnswer(), "GET", true), Not(HasSubstr("Date:")));
@@ -409,17 +437,19 @@ TEST(HttpAnswer, NamesEveryErrorOfTheParser) {
 
 class GardenSite : public ::testing::Test {
   protected:
-    HttpAnswer ask(const char* method, const char* path) {
+    HttpAnswer ask(const char* method, const char* path, const char* languages = "") {
         HttpRequest request;
         request.method = method;
         request.path = path;
         HttpAnswer answer;
-        CStatusSite(m_garden, m_plan).answer(request, answer);
+        request.languages = languages;
+        CStatusSite(m_garden, m_plan, m_languages).answer(request, answer);
         return answer;
     }
 
     CGarden m_garden;
     CWateringPlan m_plan{nullptr};  // is not asked to follow the clock
+    CLanguages m_languages{GARDEND_CATALOGS};
 };
 
 TEST_F(GardenSite, ShowsThePageAtItsRoot) {
@@ -434,10 +464,45 @@ TEST_F(GardenSite, AnswersHeadAsGet) {
     EXPECT_STREQ(ask("GET", "/").body.get(), ask("HEAD", "/").body.get());
 }
 
+TEST_F(GardenSite, SpeaksTheLanguageOfTheReader) {
+    const HttpAnswer german = ask("GET", "/", "de-AT, en;q=0.5");
+    EXPECT_STREQ("de", german.language);
+    EXPECT_THAT(german.body.get(), HasSubstr("<html lang=\"de\">"));
+    EXPECT_THAT(german.body.get(), HasSubstr("<title>Der Garten</title>"));
+    EXPECT_THAT(german.body.get(), HasSubstr("<td>geschlossen</td><td><meter max=\"100\" "
+                                             "value=\"42.0\"></meter> 42,0\u00a0%</td>"));
+
+    const HttpAnswer french = ask("GET", "/", "fr");
+    EXPECT_STREQ("fr", french.language);
+    EXPECT_THAT(french.body.get(), HasSubstr("<html lang=\"fr\">"));
+    EXPECT_THAT(french.body.get(), HasSubstr("vannes ouvertes\u00a0: 0 sur 4"));
+
+    const HttpAnswer english = ask("GET", "/", "ja");
+    EXPECT_STREQ("en", english.language);
+    EXPECT_THAT(english.body.get(), HasSubstr("0 of 4 valves open · 0.000 l delivered · "));
+}
+
+TEST_F(GardenSite, NamesTheDaysInTheLanguageOfTheReader) {
+    Schedule schedule;
+    schedule.zone = m_garden.findZone("roses");
+    schedule.days = ZOL_MONDAY | ZOL_FRIDAY | ZOL_SUNDAY;
+    ASSERT_EQ(1, m_plan.add(schedule));
+
+    EXPECT_THAT(ask("GET", "/").body.get(), HasSubstr("<td>mon,fri,sun</td>"));
+    EXPECT_THAT(ask("GET", "/", "de").body.get(), HasSubstr("<td>Mo, Fr, So</td>"));
+    EXPECT_THAT(ask("GET", "/", "fr").body.get(), HasSubstr("<td>lun., ven., dim.</td>"));
+
+    schedule.days = kDaily;
+    ASSERT_EQ(2, m_plan.add(schedule));
+    EXPECT_THAT(ask("GET", "/").body.get(), HasSubstr("<td>daily</td>"));
+    EXPECT_THAT(ask("GET", "/", "de").body.get(), HasSubstr("<td>täglich</td>"));
+}
+
 TEST_F(GardenSite, SpeaksJsonToPrograms) {
     const HttpAnswer answer = ask("GET", "/status.json");
 
     EXPECT_STREQ("application/json", answer.contentType);
+    EXPECT_EQ(nullptr, answer.language);
     EXPECT_THAT(answer.body.get(), StartsWith("{\"zones\":[{\"name\":\"lawn\",\"open\":false,"
                                               "\"secondsLeft\":0,\"moisturePercent\":42.0,"));
 }

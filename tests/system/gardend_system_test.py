@@ -20,6 +20,7 @@ import os
 import re
 import select
 import shlex
+import shutil
 import signal
 import socket
 import stat
@@ -71,7 +72,14 @@ class Daemon:
         self.initial_descriptors = self.descriptors()
 
     def descriptors(self):
-        return len(os.listdir("/proc/%d/fd" % self.process.pid))
+        """How many there are, besides those of catalogs, which stay once they have been read."""
+        def is_catalog(path):
+            try:
+                return os.readlink(path).endswith("gardend.cat")
+            except FileNotFoundError:
+                return False
+        folder = "/proc/%d/fd/" % self.process.pid
+        return sum(not is_catalog(folder + name) for name in os.listdir(folder))
 
     def wait(self):
         try:
@@ -177,11 +185,13 @@ class GardendTest(unittest.TestCase):
     def ctl(self):
         return Client(self.daemon.control)
 
-    def gardenctl(self, *arguments, control=None):
+    def gardenctl(self, *arguments, control=None, environment=None, programs=None):
         """Runs gardenctl: its exit status, its output, its complaint."""
         done = subprocess.run(
-            [os.path.join(PROGRAMS, "gardenctl"), "--socket", control or self.daemon.control,
-             *arguments], capture_output=True, text=True, timeout=DEADLINE, check=False)
+            [os.path.join(programs or PROGRAMS, "gardenctl"), "--socket",
+             control or self.daemon.control, *arguments], capture_output=True, encoding="utf-8",
+            timeout=DEADLINE, check=False,
+            env={**os.environ, **(environment or {"LC_ALL": "C"})})
         return done.returncode, done.stdout, done.stderr
 
     def json(self):
@@ -719,6 +729,253 @@ class WeekWithoutClock(VirtualTime):
         self.assertEqual("72.000", self.litres())
 
 
+def request_in(languages):
+    """A request with this header field Accept-Language."""
+    return REQUEST.replace(b"\r\n\r\n", b"\r\nAccept-Language: " + languages + b"\r\n\r\n")
+
+
+class LanguageTest(GardendTest):
+    def page(self, languages):
+        """The page as somebody who wants these languages gets it, and its language."""
+        with self.http() as client:
+            status, fields, body = client.send(request_in(languages)).answer()
+        self.assertEqual((200, "text/html; charset=utf-8"), (status, fields["content-type"]))
+        self.assertEqual("accept-language", fields["vary"])
+        language = fields["content-language"]
+        self.assertIn(b'<html lang="%s">' % language.encode(), body)
+        return language, body.decode(errors="replace")
+
+
+class Language(LanguageTest):
+    def test_of_the_page_is_the_one_of_its_reader(self):
+        self.ask(b"schedule add hedge sat 05:07 9\n")
+        language, page = self.page(b"de-AT, en;q=0.5")
+        self.assertEqual("de", language)
+        self.assertIn("<h1>Der Garten 🌱</h1>", page)
+        self.assertIn("<td>geschlossen</td>", page)
+        self.assertIn("<tr><td>hedge</td><td>Sa</td><td>05:07</td>", page)
+        self.assertIn("0 von 4 Ventilen offen · 0,000\u00a0l Wasser abgegeben · "
+                      "nächste Bewässerung: hedge, Sa 05:07\u00a0Uhr", page)
+
+        language, page = self.page(b"fr")
+        self.assertEqual("fr", language)
+        self.assertIn("<h1>Le jardin 🌱</h1>", page)
+        self.assertIn("vannes ouvertes\u00a0: 0 sur 4 · eau distribuée\u00a0: 0,000\u00a0l · "
+                      "prochain arrosage\u00a0: hedge, sam. à 05:07", page)
+
+        language, page = self.page(b"ja, en")
+        self.assertEqual("en", language)
+        self.assertIn("0 of 4 valves open · 0.000 l delivered · next: hedge on sat at 05:07", page)
+
+    def test_of_the_page_is_english_for_who_says_nothing(self):
+        with self.http() as client:
+            _, fields, body = client.send(REQUEST).answer()
+        self.assertEqual("en", fields["content-language"])
+        self.assertIn(b'<html lang="en">', body)
+
+    def test_is_chosen_anew_for_each_request(self):
+        with self.http() as client:
+            client.send(request_in(b"de") + request_in(b"fr") + REQUEST)
+            self.assertEqual(["de", "fr", "en"],
+                             [client.answer()[1]["content-language"] for _ in range(3)])
+
+    def test_is_weighed(self):
+        for languages, chosen in ((b"fr;q=0.2, de;q=0.3", "de"), (b"de;q=0, fr;q=0.001", "fr"),
+                                  (b"*", "en"), (b"en;q=0, *", "fr"), (b"*;q=0", "en"),
+                                  (b"de;q=0", "en"), (b"fr, de", "fr"), (b"DE", "de"),
+                                  (b"de-CH-1996", "de"), (b"de\r\nAccept-Language: fr", "de")):
+            self.assertEqual(chosen, self.page(languages)[0], languages)
+
+    def test_may_be_wished_for_in_any_hostile_way(self):
+        for languages in (b"", b",", b";;;", b"de;q=", b"de;q=9", b"../../../etc", b"*;q=x",
+                          b"%s%s%n", b"[a-z]*", b"de\xff", b"\xff\xfe", b"q=1", b"-", b"d\te",
+                          b"de;q=0.5;q=1", b"x" * 8000, b"," * 8000, b"de-" * 2600):
+            self.assertIn(self.page(languages)[0], ("de", "en"), languages)
+        self.assertEqual("fr", self.page(b"de;q=0.1" + b",fr-CA;q=0.9" * 600)[0])
+        with self.http() as client:
+            self.assertEqual(431, client.status(request_in(b"de," * 10000)))
+        self.assertEqual("de", self.page(b"de")[0])
+
+    def test_does_not_matter_to_programs(self):
+        with self.http() as client:
+            one = client.send(JSON_REQUEST).answer()[1]
+            self.assertNotIn("content-language", one)
+            self.assertNotIn("vary", one)
+        self.assertIn("clock synchronized\nschedules 0\nnext none\n",
+                      self.gardenctl("--lang", "de", "status")[1])
+
+    def test_of_gardenctl_is_that_of_its_user(self):
+        english = (0, "0 of 4 valves open · 0.000 l delivered · nothing is scheduled\n", "")
+        german = (0, "0 von 4 Ventilen offen · 0,000\u00a0l Wasser abgegeben · "
+                  "keine Bewässerung geplant\n", "")
+        french = (0, "vannes ouvertes\u00a0: 0 sur 4 · eau distribuée\u00a0: 0,000\u00a0l · "
+                  "aucun arrosage prévu\n", "")
+        for language, answer in (("en", english), ("de", german), ("de_AT.UTF-8", german),
+                                 ("fr-CA", french), ("ja", english), ("C", english)):
+            self.assertEqual(answer, self.gardenctl("--lang", language, "summary"), language)
+            self.assertEqual(answer, self.gardenctl("summary", environment={"LC_ALL": language}))
+        none = {"LC_ALL": "", "LC_MESSAGES": "", "LANG": ""}
+        self.assertEqual(english, self.gardenctl("summary", environment=none))
+        self.assertEqual(german, self.gardenctl("summary", environment={**none, "LANG": "de_DE"}))
+        self.assertEqual(french, self.gardenctl("summary", environment={
+            "LC_ALL": "", "LC_MESSAGES": "fr_FR", "LANG": "de_DE"}))
+        self.assertEqual(english, self.gardenctl("summary", environment={
+            "LC_ALL": "C", "LC_MESSAGES": "fr_FR", "LANG": "de_DE"}))
+        self.assertEqual(german, self.gardenctl("--lang", "de", "summary",
+                                                environment={"LC_ALL": "fr_FR.UTF-8"}))
+
+    def test_of_complaints_is_that_of_the_user(self):
+        self.assertEqual((1, "", "gardenctl: diese Zone gibt es nicht\n"),
+                         self.gardenctl("--lang", "de", "open", "ivy"))
+        self.assertEqual((1, "", "gardenctl: cette zone n’existe pas\n"),
+                         self.gardenctl("--lang", "fr", "open", "ivy"))
+        self.assertEqual((2, "", "gardenctl: unbekannte Anfrage\nSiehe gardenctl --help.\n"),
+                         self.gardenctl("--lang", "de", "water", "everything"))
+        status, _, complaint = self.gardenctl("--lang", "de", "status", control="nowhere")
+        self.assertEqual((1, "gardenctl: kein gardend unter nowhere"), (status, complaint[:37]))
+        for language in ("", "d e", "de\n", "../de", "x" * 36, "é"):
+            self.assertEqual(2, self.gardenctl("--lang", language, "status")[0], language)
+
+    def test_of_a_control_connection_stays_until_it_is_changed(self):
+        self.assertEqual("ERROR no such zone\n"
+                         "de\nOK\nERROR diese Zone gibt es nicht\n"
+                         "fr\nOK\nERROR cette zone n’existe pas\nERROR demande inconnue\n"
+                         "en\nOK\nERROR no such zone\n",
+                         self.ask(b"open ivy\n"
+                                  b"language de-AT\nopen ivy\n"
+                                  b"language ja,fr;q=0.5\nopen ivy\nlanguage\n"
+                                  b"language \xff%s\nopen ivy\n"))
+        self.assertEqual("ERROR no such zone\n", self.ask(b"open ivy\n"))
+
+    def test_of_the_log_is_english(self):
+        self.gardenctl("--lang", "de", "open", "roses")
+        self.assertIn("valve of roses opened", self.daemon.read_log())
+
+
+class Catalogs(LanguageTest):
+    """Catalogs in a folder of the test."""
+
+    def start_daemon(self):
+        self.texts = os.path.join(self.folder.name, "texts [1] 100%")
+        for language in ("en", "fr", "de"):
+            os.makedirs(os.path.dirname(self.catalog(language)))
+            shutil.copy(self.original(language), self.catalog(language))
+        self.prepare()
+        return Daemon(self.folder.name, "--texts",
+                      os.path.join(self.folder.name, "texts ?1? 100%%/%s/gardend.cat"))
+
+    def prepare(self):
+        pass
+
+    def catalog(self, language):
+        return os.path.join(self.texts, language, "gardend.cat")
+
+    def original(self, language):
+        return os.path.join(PROGRAMS, "texts", language, "gardend.cat")
+
+    def check_page(self, language):
+        """Whatever has happened to its language, the page is whole."""
+        got, page = self.page(language)
+        for zone in ("lawn", "roses", "vegetables", "hedge"):
+            self.assertIn("<td>" + zone + "</td>", page)
+        self.assertRegex(page, r"<h1>[^<]+</h1>")
+        self.assertTrue(page.endswith("</footer>\n</body>\n</html>\n"))
+        return got, page
+
+
+class CatalogsElsewhere(Catalogs):
+    def test_are_found_where_the_option_says(self):
+        self.assertEqual("de", self.page(b"de")[0])
+        self.assertNotIn("no message catalog", self.daemon.read_log())
+
+    def test_are_loaded_when_they_are_asked_for(self):
+        os.remove(self.catalog("fr"))
+        self.assertEqual("en", self.page(b"fr")[0])
+        shutil.copy(self.original("fr"), self.catalog("fr"))
+        self.assertEqual("fr", self.page(b"fr")[0])
+
+
+class CatalogsOfAProgram(GardendTest):
+    def check_found(self, program, texts):
+        """A program finds its catalogs from where it is, whatever the folders are called."""
+        folder = os.path.join(self.folder.name, "it's [1] 100% *?\\")
+        program, texts = os.path.join(folder, program), os.path.join(folder, texts)
+        os.makedirs(program)
+        os.makedirs(texts)
+        shutil.copy(os.path.join(PROGRAMS, "gardenctl"), program)
+        shutil.copy(os.path.join(PROGRAMS, "texts", "de", "gardend.cat"), texts)
+        self.assertEqual((1, "", "gardenctl: diese Zone gibt es nicht\n"),
+                         self.gardenctl("--lang", "de", "open", "ivy", programs=program))
+        self.assertEqual((2, "", "gardenctl: unbekannte Anfrage\nSiehe gardenctl --help.\n"),
+                         self.gardenctl("--lang", "de", "water", programs=program))
+
+    def test_are_found_where_it_was_built(self):
+        self.check_found("build", "build/texts/de")
+
+    def test_are_found_where_it_was_installed(self):
+        self.check_found("bin", "share/gardend/de")
+
+
+class CatalogsThatAreMissing(Catalogs):
+    def prepare(self):
+        shutil.rmtree(self.texts)
+
+    def test_are_made_up_for_in_english(self):
+        self.assertIn("no message catalog of English: see --texts", self.daemon.read_log())
+        language, page = self.check_page(b"de, fr")
+        self.assertEqual("en", language)
+        self.assertIn("0 of 4 valves open · 0.000 l delivered · nothing is scheduled", page)
+        self.assertEqual("en\nOK\nERROR no such zone\n", self.ask(b"language de\nopen ivy\n"))
+
+    def test_are_missed_by_gardenctl_no_less(self):
+        programs = os.path.join(self.folder.name, "programs")
+        os.mkdir(programs)
+        shutil.copy(os.path.join(PROGRAMS, "gardenctl"), programs)
+        self.assertEqual((1, "", "gardenctl: no such zone\n"),
+                         self.gardenctl("--lang", "de", "open", "ivy", programs=programs))
+        self.assertEqual((2, "", "gardenctl: unknown request\nTry gardenctl --help.\n"),
+                         self.gardenctl("--lang", "de", "water", programs=programs))
+
+
+class CatalogsThatAreDamaged(Catalogs):
+    def prepare(self):
+        with open(self.catalog("en"), "wb") as file:
+            file.write(b"garbage")
+        with open(self.catalog("de"), "r+b") as file:
+            file.truncate(os.path.getsize(self.catalog("de")) // 2)
+        with open(self.catalog("fr"), "wb") as file:
+            file.write(os.urandom(5000))
+
+    def test_are_made_up_for_in_english(self):
+        self.assertIn("no message catalog", self.daemon.read_log())
+        self.assertEqual("en", self.check_page(b"en")[0])
+        self.assertEqual("en", self.check_page(b"fr")[0])
+        language, page = self.check_page(b"de")
+        self.assertEqual("de", language)
+        self.assertIn("<h1>Der Garten 🌱</h1>", page)
+        self.assertEqual("de\nOK\nERROR no such zone\n", self.ask(b"language de\nopen ivy\n"))
+
+
+class CatalogsThatAreChanged(Catalogs):
+    """Never do this: a catalog is replaced by rename."""
+
+    def test_while_they_are_open_harm_nobody(self):
+        self.assertEqual("de", self.page(b"de")[0])
+        size = os.path.getsize(self.catalog("de"))
+        for filling in (b"<script>", b"%n%1$s%s%9$s", b"\n", b"\xff\x00"):
+            with open(self.catalog("de"), "r+b") as file:
+                file.write((filling * size)[:size])
+            _, page = self.check_page(b"de")
+            self.assertNotIn("<script", page)
+            self.assertRegex(self.ask(b"language de\nopen ivy\nsummary\n"),
+                             r"\A[a-z]{2}\nOK\nERROR [^\n]+\n[^\n]+\nOK\n\Z")
+        with open(self.catalog("de"), "r+b") as file:
+            file.truncate(0)
+        language, page = self.check_page(b"de")
+        self.assertEqual("en", language)
+        self.assertIn("<h1>The garden 🌱</h1>", page)
+
+
 class End(GardendTest):
     def test_comes_with_sigterm_while_clients_are_connected(self):
         with self.http() as one, self.http() as other, self.ctl() as third:
@@ -759,7 +1016,7 @@ class Start(unittest.TestCase):
                           ("--tick", "99999999999999999999"), ("--timeout", " 1"), ("--tick",),
                           ("--socket", ""), ("--socket", "/" + "x" * 108), ("--bad",), ("word",),
                           ("--sample", "0"), ("--sample", "86401"), ("--sample", ""),
-                          ("--wait-for-clock=yes",)):
+                          ("--wait-for-clock=yes",), ("--texts", ""), ("--texts",)):
             status, output, complaint = self.gardend(*arguments)
             self.assertEqual((2, ""), (status, output), arguments)
             self.assertTrue(complaint)

@@ -56,6 +56,17 @@ expect 0 '^$' "gardenctl --socket control schedule remove 1"
 expect 0 '^2 lawn daily 21:00 30$' "gardenctl --socket control schedule list"
 
 echo
+echo "--- In the language of the reader ---"
+expect 0 '<h1>Der Garten' "curl -s --header 'Accept-Language: de-AT, en;q=0.5' $url | grep -A 3 '<h1>'"
+expect 0 'nächste Bewässerung: lawn,' "curl -s --header 'Accept-Language: de' $url | grep '<footer>'"
+expect 0 '<h1>Le jardin' "curl -s --header 'Accept-Language: fr' $url | grep -A 3 '<h1>'"
+expect 0 '^Content-Language: fr' "curl -s --head --header 'Accept-Language: ja, fr;q=0.1' $url"
+expect 0 ' of 4 valves open · .* next: lawn on ' "gardenctl --socket control summary"
+expect 0 ' von 4 Ventilen offen · ' "gardenctl --socket control --lang de summary"
+expect 0 ' sur 4 · eau distribuée' "LANG=fr_FR.UTF-8 LC_ALL= gardenctl --socket control summary"
+expect 1 'diese Zone gibt es nicht' "gardenctl --socket control --lang de open ivy"
+
+echo
 echo "--- What it refuses ---"
 expect 1 'no such zone' "gardenctl --socket control open ivy"
 expect 2 'Try gardenctl --help' "gardenctl --socket control water everything"

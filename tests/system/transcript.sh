@@ -4,6 +4,8 @@
 # For scripts that visit gardend and print what is typed and what comes back. To be sourced, with
 # gardend in the PATH; goes to a fresh folder, which is removed at the end.
 
+export LC_ALL=C  # gardenctl speaks the language of its user
+
 daemon=
 folder=$(mktemp -d) || exit 1
 trap 'kill $daemon 2>/dev/null; rm -rf "$folder"' EXIT
