@@ -27,14 +27,26 @@ run() {
 }
 
 echo "- the CMake package"
-cmake -G Ninja -S "$source/tests/install/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$stage" \
-    -DCMAKE_FIND_ROOT_PATH="$stage" ${toolchain:+-DCMAKE_TOOLCHAIN_FILE="$toolchain"} \
-    -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
-    -DCMAKE_EXE_LINKER_FLAGS="$*" >/dev/null
+configure() {  # BUILD_DIR
+    cmake -G Ninja -S "$source/tests/install/consumer" -B "$1" -DCMAKE_PREFIX_PATH="$stage" \
+        -DCMAKE_FIND_ROOT_PATH="$stage" ${toolchain:+-DCMAKE_TOOLCHAIN_FILE="$toolchain"} \
+        -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+        -DCMAKE_EXE_LINKER_FLAGS="$flags" >/dev/null
+}
+flags="$*"
+configure "$work/build"
 cmake --build "$work/build" >/dev/null
 run "$work/build/consumer_c"
 run "$work/build/consumer_cc"
 run "$work/build/consumer_sim"
+
+echo "- zolcat, of the package, and of the path where the package has none"
+zolcat=$stage/bin/zolcat
+run "$zolcat" dump "$work/build/hello.cat"
+rm "$(dirname "$pc")/../cmake/zol/"zolToolsTargets*.cmake
+PATH="$stage/bin:$PATH" configure "$work/build_path"
+cmake --build "$work/build_path" --target catalog >/dev/null
+run "$zolcat" dump "$work/build_path/hello.cat"
 
 echo "- the command evlp-sim"
 # Its timer is due after a millisecond, and time passes only when it is told to. (A preloaded
