@@ -11,7 +11,7 @@
 namespace zol {
 namespace cat {
 
-// False, with `value` as it was, at the end of the stream.
+// False, with `value` as it was, when the stream ends or fails before.
 template <class T>
 bool readBigEndian(FILE* stream, T& value) {
     unsigned char bytes[sizeof(T)];

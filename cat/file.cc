@@ -29,7 +29,7 @@ const char kMagic[] = {'#', 'C', 'A', 'T', 'A', 'L', 'O', 'G'};
 constexpr uint32_t kMaxId = 255;
 constexpr uint32_t kMaxNameLength = 64;
 constexpr uint32_t kMaxSetCount = 256;
-constexpr uint32_t kMaxTextOffset = UINT16_MAX;
+constexpr uint32_t kMaxTextBytes = UINT16_MAX;  // of a set, with their NULs
 // What a head's and a set's length count besides their name and texts.
 constexpr uint32_t kHeadBytes = 11;
 constexpr uint32_t kSetBytes = 7;
@@ -64,27 +64,29 @@ bool skipText(FILE* stream, uint64_t& length) {
 // Reads texts until `size` bytes are consumed, and notes where they lie. Texts that overrun the
 // size are read to their end all the same.
 bool readTexts(FILE* stream, uint32_t size, CTab<CMessage>& messages) {
-    CMessage batch[256];  // a table that grew for each would copy itself again and again
+    constexpr int kBatch = 256;  // a table that grew for each would copy itself again and again
+    CMessage batch[kBatch];
     int count = 0;
-    uint32_t offset = 0;
-    while (offset < size) {
+    uint64_t consumed = 0;
+    while (consumed < size) {
+        const uint64_t offset = consumed;
         uint64_t length = 0;
-        if (!skipText(stream, length) || length > kMaxTextOffset) {
+        if (!skipText(stream, length)) {
+            return false;
+        }
+        consumed += length + 1;
+        if (consumed > kMaxTextBytes) {
             return false;
         }
         batch[count++] = CMessage(static_cast<uint16_t>(offset), static_cast<uint16_t>(length));
-        offset += static_cast<uint32_t>(length) + 1;
-        if (offset > kMaxTextOffset) {
-            return false;
-        }
-        if (count == 256 || offset >= size) {
+        if (count == kBatch || consumed >= size) {
             if (messages.append(batch, count) == -1) {
                 return false;
             }
             count = 0;
         }
     }
-    return offset == size;
+    return consumed == size;
 }
 
 // Reads `length` bytes at `position`, past whatever the stream has buffered: they may have changed.
@@ -177,20 +179,16 @@ static_assert(sizeof(void*) != 4 || sizeof(CSet) == 12);
 
 int CSet::read(FILE* stream, unsigned& setId) {
     uint32_t length = 0;
-    uint32_t id = 0;
-    if (!readBigEndian(stream, length) || length > kMaxSetLength || !readBigEndian(stream, id)) {
-        return -1;
-    }
-    setId = id;
     CStr name;
-    if (id > kMaxId || !readName(stream, name)) {
+    if (!readBigEndian(stream, length) || length > kMaxSetLength || !readBigEndian(stream, setId) ||
+        setId > kMaxId || !readName(stream, name)) {
         return -1;
     }
-    const off_t base = ftello(stream);
-    const uint32_t consumed = kSetBytes + static_cast<uint32_t>(name.getLength());
+    const off_t base = ftello(stream);  // -1 where the stream cannot seek: then lookups fail
+    const uint32_t headLength = kSetBytes + static_cast<uint32_t>(name.getLength());
     CTab<CMessage> messages;
-    if (base < 0 || base > UINT32_MAX || consumed > length ||
-        !readTexts(stream, length - consumed, messages)) {
+    if (base > UINT32_MAX || headLength > length ||
+        !readTexts(stream, length - headLength, messages)) {
         return -1;
     }
     m_name = static_cast<CStr&&>(name);
@@ -250,7 +248,7 @@ int CFile::open(const char* path, unsigned& catalogId) {
         (void)fclose(stream);
         return -1;
     }
-    // What it has buffered is not used again; most libraries give the buffer back.
+    // Its buffer is not used again. This late glibc gives it back; others ignore the call.
     (void)setvbuf(stream, nullptr, _IONBF, 0);
     if (m_stream != nullptr) {
         (void)fclose(m_stream);

@@ -11,8 +11,8 @@ namespace cat {
 
 namespace {
 
-// Whether printf(3) makes a path of the pattern and one text, and needs nothing else for that.
-bool takesOneText(const char* pattern) {
+// Whether printf(3) needs no more than one text to make a path of the pattern.
+bool isPattern(const char* pattern) {
     bool taken = false;
     for (const char* sign = strchr(pattern, '%'); sign != nullptr; sign = strchr(sign + 2, '%')) {
         if (sign[1] != '%' && (sign[1] != 's' || taken)) {
@@ -53,7 +53,7 @@ CInterCatalog::CInterCatalog(const char* defaultLanguage, const char* pattern)
 
 void CInterCatalog::addCatalogs(const char* pattern) {
     m_pattern = pattern;
-    if (m_languages.isEmpty() && m_languages.append(CInter(m_defaultLanguage)) == -1) {
+    if (m_languages.isEmpty() && addLanguage(m_defaultLanguage) == nullptr) {
         return;
     }
     CTab<CStr> paths = findFiles(m_defaultLanguage, m_pattern);
@@ -63,28 +63,41 @@ void CInterCatalog::addCatalogs(const char* pattern) {
 CCatalog* CInterCatalog::getCatalog(const char* language) {
     CInter* const languages = m_languages.getTable();
     const int count = m_languages.getCount();
+    if (count == 0) {
+        return nullptr;  // only addCatalogs() adds the first one, the default language
+    }
     for (int i = 0; i < count; ++i) {
         if (languages[i].getName() == language) {
             return &languages[i].getCatalog();
         }
     }
     CTab<CStr> paths = findFiles(language, m_pattern);
-    if (paths.isEmpty() || m_languages.append(CInter(language)) == -1) {
-        return count == 0 ? nullptr : &m_languages.getTable()->getCatalog();
+    CInter* const added = paths.isEmpty() ? nullptr : addLanguage(language);
+    if (added == nullptr) {
+        return &m_languages.getTable()->getCatalog();
     }
     // From now on this language is answered from here, even if none of its files can be read.
-    CInter& added = m_languages.getTable()[count];
-    (void)added.open(paths);
-    return &added.getCatalog();
+    (void)added->open(paths);
+    return &added->getCatalog();
+}
+
+// Appends a language without files. Null without memory.
+CInterCatalog::CInter* CInterCatalog::addLanguage(const char* name) {
+    const CInter language(name);
+    const bool isNamed = language.getName() == name;
+    if (!isNamed || m_languages.append(language) == -1) {
+        return nullptr;
+    }
+    return m_languages.getTable() + m_languages.getCount() - 1;
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the interface
 CTab<CStr> CInterCatalog::findFiles(const char* language, CStr pattern) {
     CTab<CStr> paths;
-    if (language == nullptr || !takesOneText(pattern.get())) {
+    if (language == nullptr || !isPattern(pattern.get())) {
         return paths;
     }
-    CStr wildcards;
+    CStr wildcards;  // empty without memory, and then nothing is found
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     (void)wildcards.format(pattern.get(), language);

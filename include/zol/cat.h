@@ -7,11 +7,15 @@
  * @file zol/cat.h
  * Message catalogs: the texts of a program, in files, one catalog a language.
  *
+ *     xstr text;
+ *     xstr_init(&text);
  *     xcat_registry* texts = xcat_create("en");
  *     xcat_add_catalogs(texts, "/usr/share/gardend/%s/texts.cat");
  *     if (xcat_msg(xcat_get_catalog(texts, "de"), GARDEND_VALVE_OPEN, &text) != 0) {
  *         xstr_set(&text, "valve open", -1);  // nothing falls back to another language
  *     }
+ *     puts(text);
+ *     xstr_free(&text);
  *     xcat_close(texts);
  *
  * A message has an id of 32 bits: the id of its catalog in bits 31 to 24, that of its set in bits
@@ -27,7 +31,8 @@
  * Unless a function says otherwise:
  *  - pointers are not null;
  *  - the result is 0, or -1 for whatever went wrong, the lack of memory included;
- *  - files that cannot be read are skipped without a word, and nothing is logged;
+ *  - files that cannot be read are skipped without a word, and nothing is logged (but see
+ *    xstr_vformat() for paths of more than 511 bytes);
  *  - a registry with its catalogs belongs to one thread at a time.
  */
 
@@ -79,8 +84,8 @@ ZOL_API int xcat_open_file(xcat_catalog* catalog, const char* path);
  * Looks a message up.
  *
  * @param catalog  null, as xcat_get_catalog() may answer, has no messages
- * @param text     an initialised string, which receives the text; left as it was when the message
- *                 is missing, empty when reading failed
+ * @param text     an initialised string, which receives the text
+ * @return         as zol::cat::CFile::getMessage()
  */
 ZOL_API int xcat_msg(const xcat_catalog* catalog, unsigned id, xstr* text);
 
@@ -119,8 +124,12 @@ class ZOL_API CMessage {
     /** @return bytes in the text, its NUL excluded */
     unsigned getLength() const { return m_length; }
 
-    /** Reads the text, with one system call where `stream` is a file. @param base that of the
-     *  set; @return as CFile::getMessage() */
+    /**
+     * Reads the text, with one system call where `stream` is a file.
+     *
+     * @param base  that of the set
+     * @return      as CFile::getMessage()
+     */
     int getMessage(FILE* stream, unsigned base, CStr& text) const;
 
     /** Prints the message, where it can be read. @param id all 32 bits of it */
@@ -140,14 +149,15 @@ class ZOL_API CSet {
     /** @return file position of the first byte behind the set's name */
     unsigned getBase() const { return m_base; }
     /** @return the messages by their number */
-    const CTab<CMessage, 8, xtabh_s>& getMessages() const { return m_messages; }
+    const CTab<CMessage>& getMessages() const { return m_messages; }
 
     /**
      * Reads the set record at which `stream` stands.
      *
      * @param setId  receives the set's id as soon as it has been read, also one that is too large
      *
-     * After a failure the set is as it was, and the stream stands where the fault was seen.
+     * After a failure the set is as it was, and the stream stands where the fault was seen. Where
+     * the stream cannot seek, the set has its messages, but lookups fail.
      */
     int read(FILE* stream, unsigned& setId);
 
@@ -160,7 +170,7 @@ class ZOL_API CSet {
   private:
     CStr m_name;
     uint32_t m_base;
-    CTab<CMessage, 8, xtabh_s> m_messages;
+    CTab<CMessage> m_messages;
 };
 
 /**
@@ -183,7 +193,7 @@ class ZOL_API CFile {
     /** @return the open file, owned by this record; null when there is none */
     FILE* getStream() const { return m_stream; }
     /** @return the sets by their id; those that the file does not have are empty */
-    const CTab<CSet, 8, xtabh_s>& getSets() const { return m_sets; }
+    const CTab<CSet>& getSets() const { return m_sets; }
 
     /** Gives the open file up without closing it. @return it, for the caller to own; or null */
     FILE* releaseStream();
@@ -191,20 +201,23 @@ class ZOL_API CFile {
     /**
      * Opens a catalog file and reads its structure.
      *
-     * @param catalogId  receives the catalog's id as soon as it has been read
+     * @param catalogId  receives the catalog's id as soon as it has been read, also one that is
+     *                   too large
      *
      * A file whose head is at fault is refused; this record keeps what it had then, but for the
-     * id, which may be the new one already. A set that is at fault is not: it is empty then, and
-     * reading goes on where the fault was seen. The descriptor is closed on exec. When that
-     * cannot be arranged, nor the file be closed, perror(3) says so.
+     * id, which may be the new one already. Success closes what was open before. A set that is at
+     * fault, or for which there is no memory, does not fail the file: it is empty then, or, where
+     * not even its id could be read, the set before it; and reading goes on where the fault was
+     * seen. The descriptor is closed on exec; where that cannot be arranged the file is refused,
+     * and where it cannot be closed then, perror(3) says so.
      */
     int open(const char* path, unsigned& catalogId);
 
     /**
      * Looks a message up by its set and number; bits 31 to 24 of `id` are not looked at.
      *
-     * @return 0; -1 with `text` as it was when the message is missing or empty, and with an empty
-     *         `text` when reading failed
+     * @return 0; -1 with `text` as it was when the message is missing or empty, with an empty
+     *         `text` when reading failed, and with either when there was no memory
      */
     int getMessage(unsigned id, CStr& text) const;
 
@@ -215,10 +228,15 @@ class ZOL_API CFile {
     uint32_t m_id;
     CStr m_name;
     FILE* m_stream;
-    CTab<CSet, 8, xtabh_s> m_sets;
+    CTab<CSet> m_sets;
 };
 
-/** The catalog files of one language. */
+/**
+ * The catalog files of one language.
+ *
+ * What will bite: copies share their files until a file is added to one of them; that one cannot
+ * read the files any more that it had. Take a registry's catalog by pointer or reference.
+ */
 class ZOL_API CCatalog {
   public:
     /**
@@ -231,10 +249,10 @@ class ZOL_API CCatalog {
     int getMessage(unsigned id, CStr& text) const;
 
     /** @return the files by their catalog's id; those that there are not are empty */
-    const CTab<CFile, 8, xtabh_s>& getFiles() const { return m_files; }
+    const CTab<CFile>& getFiles() const { return m_files; }
 
   private:
-    CTab<CFile, 8, xtabh_s> m_files;
+    CTab<CFile> m_files;
 };
 
 /**
@@ -263,7 +281,7 @@ class ZOL_API CInterCatalog {
         CCatalog& getCatalog() { return m_catalog; }
 
         /** Opens the files in their order, skipping those that cannot be read. @return 0 */
-        int open(CTab<CStr, 8, xtabh_s>& paths);
+        int open(CTab<CStr>& paths);
 
       private:
         CStr m_name;
@@ -300,15 +318,19 @@ class ZOL_API CInterCatalog {
     /**
      * Finds the files of a language, see glob(7).
      *
-     * @param pattern  a path with wildcards, in which one "%s" stands for the language and "%%"
-     *                 for a percent sign; one with any other "%" finds nothing
-     * @return         their paths, sorted; none also for a null language, and when glob(3) failed
+     * @param pattern  a path with wildcards, in which a "%s", at most one, stands for the language
+     *                 and "%%" for a percent sign; one with any other "%" finds nothing. The
+     *                 folders have to be the program's own: a FIFO there blocks who opens it.
+     * @return         their paths in the order of glob(3), which sorts them as the locale says;
+     *                 none also for a null language, and when glob(3) failed
      */
-    static CTab<CStr, 8, xtabh_s> findFiles(const char* language, CStr pattern);
+    static CTab<CStr> findFiles(const char* language, CStr pattern);
 
   private:
+    ZOL_LOCAL CInter* addLanguage(const char* name);
+
     const char* m_defaultLanguage;
-    CTab<CInter, 8, xtabh_s> m_languages;
+    CTab<CInter> m_languages;
     CStr m_pattern;
 };
 

@@ -150,8 +150,9 @@ class CTab {
     int append(const T& value) { return insert(-1, value); }
 
     /**
-     * Appends `n` elements that are copied as bytes. For many this is faster than one by one, as
-     * a table grows by a few at a time. @return as insert()
+     * Appends copies of `n` elements, not negative, of a type that is copied as bytes. For many
+     * this is faster than one by one, as a table grows by a few at a time. (A template, so that
+     * tables of other types can be instantiated whole.) @return as insert()
      */
     template <class Bytes>
     int append(const Bytes* values, int n) {

@@ -145,6 +145,23 @@ TEST_F(Catalog, CopiedAndAddedToLeavesTheOtherItsFiles) {
     EXPECT_EQ(before, openFds());
 }
 
+TEST_F(Catalog, AddedToAfterItWasCopiedLeavesTheCopyItsFiles) {
+    const int before = openFds();
+    {
+        CCatalog original;
+        ASSERT_EQ(0, original.openFile(writeText("a.cat", 1, "rain").c_str()));
+        const CCatalog copy(original);
+
+        ASSERT_EQ(0, original.openFile(writeText("b.cat", 2, "sun").c_str()));
+
+        EXPECT_EQ("rain", textIn(copy, 0x01000000));
+        EXPECT_EQ(kMissing, textIn(original, 0x01000000));
+        EXPECT_EQ("sun", textIn(original, 0x02000000));
+    }
+
+    EXPECT_EQ(before, openFds());
+}
+
 TEST_F(Catalog, FlatLookupFillsTheString) {
     ASSERT_EQ(0, xcat_open_file(&catalog, writeText("a.cat", 1, "rain").c_str()));
     OwnedStr text("a text before, and a longer one");

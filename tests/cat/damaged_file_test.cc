@@ -10,7 +10,7 @@
 #include "zol/cat.h"
 
 #include "catalog_fixture.h"
-#include "support/catalog_oracle.h"
+#include "support/catalog_comparison.h"
 #include "support/open_fds.h"
 
 using zol::cat::CFile;
@@ -389,7 +389,7 @@ std::string randomText(Random& random, unsigned longest) {
 CatalogBytes randomCatalog(Random& random) {
     std::vector<SetBytes> sets;
     for (unsigned i = random() % 5; i > 0; --i) {
-        std::vector<std::string> texts(random() % 6);
+        std::vector<std::string> texts(random() % 8 == 0 ? random() % 600 : random() % 6);
         for (std::string& text : texts) {
             text = randomText(random, 20);
         }
@@ -444,35 +444,17 @@ std::string damaged(CatalogBytes catalog, Random& random) {
     return bytes;
 }
 
-TEST_F(DamagedFile, AtRandomIsReadAsAnObviousReaderDoes) {
+TEST(DamagedFiles, AtRandomAreReadAsAnObviousReaderDoes) {
     const unsigned seed = 20261121;
     Random random(seed);
+    CatalogComparison comparison;
     int opened = 0;
     for (int round = 0; round < 5000; ++round) {
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
         const std::string bytes = damaged(randomCatalog(random), random);
-        const auto expected = CatalogOracle(bytes).open();
 
-        ASSERT_EQ(expected ? 0 : -1, open(bytes));
-        if (!expected) {
-            continue;
-        }
-        ++opened;
-        EXPECT_EQ(expected->id, file->getId());
-        EXPECT_STREQ(expected->name.c_str(), file->getName().get());
-        ASSERT_EQ(expected->sets.size(), static_cast<size_t>(slots()));
-        for (size_t set = 0; set < expected->sets.size(); ++set) {
-            const OracleSet& expectedSet = expected->sets[set];
-            const CSet& found = file->getSets()[static_cast<int>(set)];
-            EXPECT_STREQ(expectedSet.name.c_str(), found.getName().get());
-            ASSERT_EQ(expectedSet.texts.size(),
-                      static_cast<size_t>(found.getMessages().getCount()));
-            for (size_t i = 0; i < expectedSet.texts.size(); ++i) {
-                const std::string& wanted = expectedSet.texts[i];
-                ASSERT_EQ(wanted.empty() ? kMissing : wanted,
-                          text(static_cast<unsigned>(set << 16 | i)));
-            }
-        }
+        ASSERT_EQ("", comparison.run(bytes)) << "seed " << seed << ", round " << round;
+
+        opened += comparison.hasOpened() ? 1 : 0;
     }
     EXPECT_GT(opened, 1000);
 }

@@ -3,6 +3,7 @@
 // Sound catalog files: what is found in them, how they are printed, who owns the open file.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <string.h>
 #include <unistd.h>
 
 #include "zol/cat.h"
@@ -143,6 +144,19 @@ TEST_F(CatalogFile, NotesWhereTextsLie) {
     EXPECT_EQ(4U, set.getMessages()[2].getLength());
 }
 
+TEST_F(CatalogFile, FindsTheTextsOfALargeSet) {
+    std::vector<std::string> texts;
+    for (int i = 0; i < 600; ++i) {
+        texts.push_back(std::to_string(i));
+    }
+    ASSERT_EQ(0, open({1, "", {{0, "", texts}}}));
+
+    for (unsigned i = 0; i < 600; ++i) {
+        EXPECT_EQ(texts[i], textIn(file, i));
+    }
+    EXPECT_EQ(kMissing, textIn(file, 600));
+}
+
 TEST_F(CatalogFile, IgnoresWhatFollowsTheLastSet) {
     const std::string bytes = CatalogBytes(1, "", {{0, "", {"rain"}}}).bytes() + "anything";
 
@@ -278,7 +292,7 @@ TEST_F(CatalogFile, DumpOfAPathThatIsNoCatalogPrintsNothing) {
 
     EXPECT_EQ("", printed([&](FILE* out) {
                   EXPECT_EQ(-1, xcat_dump_file(path.c_str(), out));
-                  EXPECT_EQ(-1, xcat_dump_file("/nowhere/test.cat", out));
+                  EXPECT_EQ(-1, xcat_dump_file(dir.file("nowhere.cat").c_str(), out));
               }));
 }
 
@@ -415,20 +429,61 @@ TEST(CatalogStream, ThatEndsBeforeTheTextLeavesItEmpty) {
     fclose(stream);
 }
 
-TEST(CatalogStream, ThatCannotSeekHasNoSets) {
+TEST(CatalogStream, ThatCannotSeekHasSetsWhoseLookupsFail) {
     int ends[2];
     ASSERT_EQ(0, pipe(ends));
-    const std::string bytes = SetBytes(4, "zones", {"roses"}).bytes();
+    const std::string bytes = SetBytes(4, "zones", {"roses", "lawn"}).bytes();
     ASSERT_EQ(static_cast<ssize_t>(bytes.size()), ::write(ends[1], bytes.data(), bytes.size()));
     close(ends[1]);
     FILE* const stream = fdopen(ends[0], "r");
     CSet set;
     unsigned id = 999;
 
-    EXPECT_EQ(-1, set.read(stream, id));
+    EXPECT_EQ(0, set.read(stream, id));
 
     EXPECT_EQ(4U, id);
+    EXPECT_STREQ("zones", set.getName().get());
+    EXPECT_EQ(2, set.getMessages().getCount());
+    EXPECT_EQ(kMissing, textIn(set, 0, stream));
+    EXPECT_EQ(EOF, getc(stream));
     fclose(stream);
+}
+
+// A set record at a position of a file that is otherwise empty.
+class FarSet : public CatalogFile {
+  protected:
+    int readAt(off_t position) {
+        const std::string path = write("far", "");
+        stream = fopen(path.c_str(), "w+");
+        const std::string bytes = SetBytes(4, "", {"roses", "lawn"}).bytes();
+        EXPECT_EQ(0, fseeko(stream, position, SEEK_SET));
+        EXPECT_EQ(1U, fwrite(bytes.data(), bytes.size(), 1, stream));
+        EXPECT_EQ(0, fseeko(stream, position, SEEK_SET));
+        return set.read(stream, catalogId);
+    }
+    ~FarSet() override { fclose(stream); }
+
+    CSet set;
+    FILE* stream = nullptr;
+};
+
+TEST_F(FarSet, IsFoundBehindTwoGigabytes) {
+    ASSERT_EQ(0, readAt(0xC0000000));
+
+    EXPECT_EQ(0xC000000BU, set.getBase());
+    EXPECT_EQ("lawn", textIn(set, 1, stream));
+}
+
+TEST_F(FarSet, IsFoundUpToTheLastPositionThatCanBeNoted) {
+    ASSERT_EQ(0, readAt(0xFFFFFFF4));
+
+    EXPECT_EQ(0xFFFFFFFFU, set.getBase());
+    EXPECT_EQ("roses", textIn(set, 0, stream));
+    EXPECT_EQ("lawn", textIn(set, 1, stream));
+}
+
+TEST_F(FarSet, IsRefusedBehindIt) {
+    EXPECT_EQ(-1, readAt(0xFFFFFFF5));
 }
 
 TEST_F(CatalogFile, PrintsOneSetUnderTheIdOfItsFirstMessage) {

@@ -3,11 +3,13 @@
 // The registry: which files a language has, which language answers, what stays open.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string.h>
 
 #include "zol/cat.h"
 
 #include "catalog_fixture.h"
 #include "support/open_fds.h"
+#include "support/syslog_capture.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -73,6 +75,18 @@ TEST_F(Registry, FindsFilesByAllWildcards) {
     EXPECT_THAT(found("e*", pattern("%s/b*")), ElementsAre("en/b1.cat"));
 }
 
+TEST_F(Registry, FindsFilesByNothingButTheUsualWildcards) {
+    writeText("en/a.cat", 1, "one");
+    writeText("en/b.cat", 1, "one");
+    writeText("en/*.cat", 1, "one");
+    std::filesystem::create_directory(dir.file("en/folder"));
+
+    EXPECT_THAT(found("en", pattern("%s/{a,b}.cat")), IsEmpty());
+    EXPECT_THAT(found("en", pattern("%s/\\*.cat")), ElementsAre("en/*.cat"));
+    EXPECT_THAT(found("en", pattern("%s/f*")), ElementsAre("en/folder"));
+    EXPECT_TRUE(CInterCatalog::findFiles("~", "%s").isEmpty());
+}
+
 TEST_F(Registry, FindsNothingByAPatternThatAsksForMoreThanTheLanguage) {
     writeText("en/en.cat", 1, "one");
     writeText("%/en", 1, "one");
@@ -89,11 +103,15 @@ TEST_F(Registry, TakesALanguageWithPercentSignsAsItIs) {
     EXPECT_THAT(found("%s%n", pattern()), ElementsAre("%s%n/a.cat"));
 }
 
-TEST_F(Registry, FindsFilesByALongPattern) {
+TEST_F(Registry, FindsFilesByALongPatternWithTheNoticeOfTheFormatter) {
+    SyslogCapture log;
     const std::string folder(200, 'd');
     writeText(folder + "/" + folder + "/" + folder + "/en.cat", 1, "one");
 
     EXPECT_EQ(1U, found("en", pattern(folder + "/" + folder + "/" + folder + "/%s.cat")).size());
+
+    EXPECT_THAT(log.lines(),
+                ElementsAre(SyslogCapture::Line{5, "xstr_format, static buf is too small"}));
 }
 
 // --- the default language ---
@@ -143,6 +161,20 @@ TEST_F(Registry, SkipsFilesThatCannotBeRead) {
     registry.addCatalogs(pattern().c_str());
 
     EXPECT_EQ("one", textIn(*registry.getCatalog("en"), 0x01000000));
+}
+
+TEST_F(Registry, SkipsThemWithoutAWord) {
+    write("en/a.cat", "#CATALOG, but not one");
+    write("en/b.cat", CatalogBytes(256, "", {}).bytes());
+    std::filesystem::create_directory(dir.file("en/c.cat"));
+    SyslogCapture log;
+    testing::internal::CaptureStderr();
+
+    registry.addCatalogs(pattern().c_str());
+    (void)textIn(*registry.getCatalog("fr"), 0x01000000);
+
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(Registry, OfTwoFilesWithOneIdAnswersFromTheLaterInSortedOrder) {
@@ -292,6 +324,18 @@ TEST_F(Registry, LooksForOtherLanguagesByTheLastPatternAlone) {
 
     EXPECT_EQ(kMissing, textIn(*registry.getCatalog("fr"), 0x01000000));
     EXPECT_EQ("deux", textIn(*registry.getCatalog("fr"), 0x02000000));
+}
+
+TEST_F(Registry, UsesTheNameOfTheDefaultLanguageAsItIsWhenAPatternComes) {
+    writeText("en/a.cat", 1, "one");
+    writeText("fr/a.cat", 1, "un");
+    char language[] = "en";
+    CInterCatalog made(language, nullptr);
+
+    memcpy(language, "fr", 3);
+    made.addCatalogs(pattern().c_str());
+
+    EXPECT_EQ("un", textIn(*made.getCatalog("none"), 0x01000000));
 }
 
 TEST_F(Registry, KeepsThePatternForItself) {

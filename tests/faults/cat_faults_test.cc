@@ -19,7 +19,7 @@ class CatalogFaults : public CatalogFiles {
   protected:
     CatalogFaults() {
         const SetBytes zones(0, "zones and their names, for long", {"roses", "", "a long lawn"});
-        const SetBytes many(9, "many", std::vector<std::string>(100, "rain"));
+        const SetBytes many(9, "many", std::vector<std::string>(600, "rain"));
         path = write("en/a.cat", CatalogBytes(1, "garden", {zones, many}).bytes());
         frenchPath = writeText("fr/b.cat", 20, "roses");
         pattern = dir.file("%s/*.cat");
@@ -49,9 +49,35 @@ TEST_F(CatalogFaults, FilesAreReadOrRefused) {
         }
         zol::CStr text;
         EXPECT_TRUE(isRightOrMissing(file.getMessage(0x01000002, text), text, "a long lawn"));
-        EXPECT_TRUE(isRightOrMissing(file.getMessage(0x01090063, text), text, "rain"));
+        EXPECT_TRUE(isRightOrMissing(file.getMessage(0x01090257, text), text, "rain"));
     });
     EXPECT_EQ(before, openFds());
+}
+
+TEST_F(CatalogFaults, AFileThatIsNotOpenedAgainKeepsWhatItHas) {
+    forEachFailingAllocation([this] {
+        zol::cat::CFile file;
+        unsigned id = 999;
+        if (file.open(frenchPath.c_str(), id) != 0 || faulted()) {
+            return;  // swept above
+        }
+        const bool isNew = file.open(path.c_str(), id) == 0;
+        EXPECT_STREQ(isNew ? "garden" : "test", file.getName().get());
+        EXPECT_TRUE(isNew || file.getSets().getCount() == 1);
+        EXPECT_NE(nullptr, file.getStream());
+    });
+}
+
+TEST_F(CatalogFaults, AnOpenFileHoldsNoBuffer) {
+    const std::string small = write("small.cat", CatalogBytes(1, "", {}).bytes());
+    zol::cat::CFile file;
+    unsigned id = 999;
+    const long before = AllocFaults::liveBlocks();
+
+    const int result = file.open(small.c_str(), id);
+
+    EXPECT_EQ(before + 1, AllocFaults::liveBlocks());  // the stream
+    EXPECT_EQ(0, result);
 }
 
 TEST_F(CatalogFaults, AFileThatIsNotKeptIsClosed) {
@@ -118,23 +144,35 @@ TEST_F(CatalogFaults, AllFilesOfALanguageAreFoundOrNone) {
     std::filesystem::current_path(before);
 }
 
+// Whether a catalog answers in the language of message 0, or has no files.
+bool isIn(const char* language, const zol::cat::CCatalog& catalog) {
+    zol::CStr text;
+    return catalog.getFiles().getCount() == 0 ||
+           isRightOrMissing(catalog.getMessage(0x14000000, text), text, language);
+}
+
 TEST_F(CatalogFaults, ALanguageThatCannotBeKeptIsAnsweredInTheDefaultOne) {
-    const char* const languages[] = {"1", "2", "3", "4", "5", "6", "7", "8", "9", "fr"};
+    const char* const languages[] = {"en", "1", "2", "3", "4", "5", "6", "7", "8", "9", "fr"};
     for (const char* language : languages) {
         writeText(std::string(language) + "/b.cat", 20, language);
     }
+    const std::string patternOfTexts = dir.file("%s/b.cat");
+    const int before = openFds();
     forEachFailingAllocation([&] {
-        zol::cat::CInterCatalog registry("en", pattern.c_str());
+        zol::cat::CInterCatalog registry("en", patternOfTexts.c_str());
         for (const char* language : languages) {
             const zol::cat::CCatalog* const catalog = registry.getCatalog(language);
-            if (catalog == nullptr) {
-                EXPECT_TRUE(faulted());
-                continue;
-            }
-            zol::CStr text;
-            EXPECT_TRUE(isRightOrMissing(catalog->getMessage(0x14000000, text), text, language));
+            EXPECT_TRUE(catalog == nullptr ? faulted()
+                                           : isIn(language, *catalog) || isIn("en", *catalog))
+                << language;
         }
+        // Nothing may be left under a wrong name.
+        const zol::cat::CCatalog* const unnamed = registry.getCatalog("");
+        const zol::cat::CCatalog* const unknown = registry.getCatalog("ja");
+        EXPECT_EQ(unnamed, unknown);
+        EXPECT_TRUE(unknown == nullptr ? faulted() : isIn("en", *unknown));
     });
+    EXPECT_EQ(before, openFds());
 }
 
 TEST_F(CatalogFaults, ALookupWithoutMemoryLeavesAValidText) {

@@ -34,6 +34,7 @@ class CatalogOracle {
             return {};
         }
         const auto id = number(4);
+        m_toldId = id;
         if (!id || *id > 255) {
             return {};
         }
@@ -56,6 +57,9 @@ class CatalogOracle {
         }
         return catalog;
     }
+
+    // The catalog's id, where open() came to read it.
+    std::optional<uint32_t> toldId() const { return m_toldId; }
 
   private:
     std::optional<OracleSet> takeSet(std::optional<uint32_t>& setId) {
@@ -136,6 +140,7 @@ class CatalogOracle {
 
     std::string m_bytes;
     size_t m_position = 0;
+    std::optional<uint32_t> m_toldId;
 };
 
 #endif
