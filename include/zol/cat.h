@@ -271,6 +271,7 @@ class ZOL_API CInterCatalog {
     /** One language. */
     class ZOL_API CInter {
       public:
+        CInter() = default;
         explicit CInter(const char* name) : m_name(name) {}
         CInter(const CInter& other) = default;
         ~CInter();

@@ -353,7 +353,7 @@ TEST_F(Registry, KeepsThePatternForItself) {
 TEST_F(Registry, LanguageSharesItsFilesWithTheOneAssignedFromIt) {
     const int before = openFds();
     {
-        CInterCatalog::CInter copy("none");
+        CInterCatalog::CInter copy;
         {
             CInterCatalog::CInter english("en");
             CTab<CStr> paths;
