@@ -183,6 +183,14 @@ TEST(ReadCatalogFile, GoesOnBehindASetWhoseLengthIsTooLarge) {
     EXPECT_EQ("x", reading.catalog.find(1, 0)->text);
 }
 
+TEST(ReadCatalogFile, AcceptsTheLargestLengthOfASet) {
+    // Of texts that are too many: that is what is said, not that the length is too large.
+    EXPECT_THAT(problemsOf(head(1) + set(0, std::string(131062, '|'))),
+                ElementsAre("a.cat:byte 65571: with message 65535 the texts of the set have more "
+                            "than 65535 bytes: the set is lost, and the next one is looked for at "
+                            "byte 65572"));
+}
+
 TEST(ReadCatalogFile, LosesASetWhoseLengthIsTooSmall) {
     EXPECT_THAT(problemsOf(head(1) + number(7, 4) + number(0, 4) + number(1, 2) + zeros("b|x|")),
                 ElementsAre("a.cat:byte 24: the set length is 7 where the name alone makes 8: the "
@@ -193,6 +201,18 @@ TEST(ReadCatalogFile, LosesASetWhoseIdIsTooLarge) {
     EXPECT_THAT(problemsOf(head(2) + set(256, "x|") + set(1, "x|")),
                 ElementsAre("a.cat:byte 28: the set id 256 is above 255: the set is lost, and the "
                             "next one is looked for at byte 32"));
+}
+
+TEST(ReadCatalogFile, LosesNoEarlierSetBehindOneWhoseIdIsTooLarge) {
+    // A third set, of which not even the id is there, cannot be the first one.
+    const zolcat::Reading reading = zolcat::readCatalogFile(
+        "a.cat", head(3) + set(1, "x|") + number(6, 4) + number(256, 4) + "ab");
+
+    EXPECT_THAT(printed(reading),
+                ElementsAre("a.cat:byte 42: the set id 256 is above 255: the set is lost, and the "
+                            "next one is looked for at byte 46",
+                            "a.cat:byte 48: the file ends after 2 of 3 sets: the set is lost"));
+    EXPECT_EQ("x", reading.catalog.find(1, 0)->text);
 }
 
 TEST(ReadCatalogFile, LosesASetWhoseNameIsTooLong) {

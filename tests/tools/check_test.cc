@@ -40,6 +40,25 @@ TEST(Compare, SaysThatTheCatalogHasAnotherNumber) {
                 ElementsAre("a.msg:2: the catalog is number 2 here, and number 1 in ref.msg:1"));
 }
 
+TEST(Compare, SaysThatTheCatalogFileHasAnotherNumber) {
+    const zolcat::Catalog binary =
+        zolcat::readCatalogFile("a.cat", zolcat::writeCatalog(read("$catalog 2 a\n").catalog))
+            .catalog;
+
+    EXPECT_THAT(printed(binary, zolcat::compare(binary, reference(""))),
+                ElementsAre("a.cat:byte 12: the catalog is number 2 here, and number 1 in "
+                            "ref.msg:1"));
+}
+
+TEST(Compare, DoesNotCompareANumberThatIsNotThere) {
+    for (const char* const source : {"1 x\n", "$catalog\n1 x\n", "$catalog 256 a\n1 x\n"}) {
+        const zolcat::Catalog catalog = read(source).catalog;
+
+        EXPECT_THAT(printed(catalog, zolcat::compare(catalog, reference("1 y\n"))), IsEmpty());
+        EXPECT_THAT(zolcat::compare(reference("1 y\n"), catalog), IsEmpty());
+    }
+}
+
 TEST(Compare, SaysThatASetIsMissing) {
     EXPECT_THAT(differences("", "$set 3\n$setname b\n1 x\n2 y\n"),
                 ElementsAre("a.msg:1: set 3 'b' is missing; it is in ref.msg:2"));
@@ -68,6 +87,7 @@ TEST(Compare, SaysThatAConstantHasAnotherName) {
     EXPECT_THAT(differences("$name OPEN\n1 x\n", "$name SHUT\n1 x\n"),
                 ElementsAre("a.msg:3: message 1 of set 1 is OPEN here, and SHUT in ref.msg:3"));
     EXPECT_THAT(differences("1 x\n", "$name SHUT\n1 x\n"), IsEmpty());
+    EXPECT_THAT(differences("$name OPEN\n1 x\n", "1 x\n"), IsEmpty());
 }
 
 TEST(Compare, SaysThatConversionsDiffer) {
@@ -87,14 +107,48 @@ TEST(Compare, AcceptsAnotherOrderByPositions) {
     EXPECT_THAT(differences("1 %2$s: %1$d\n", "1 %d: %s\n"), IsEmpty());
 }
 
+TEST(Compare, SaysThatConversionsUnknownToPrintfDiffer) {
+    EXPECT_THAT(differences("1 %s %y\n2 %y\n3 %y %s\n", "1 %y %s\n2 %w\n3 %y %s\n"),
+                ElementsAre("a.msg:2: message 1 of set 1 takes %s, %y here, and %y, %s in "
+                            "ref.msg:2",
+                            "a.msg:3: message 2 of set 1 takes %y here, and %w in ref.msg:3",
+                            "a.msg:3: message 2 of set 1 has '%y', which printf() does not know; "
+                            "not so in ref.msg:3"));
+    EXPECT_THAT(differences("1 %s %b\n", "1 %b %s\n"),
+                ElementsAre("a.msg:2: message 1 of set 1 takes %s, %b here, and %b, %s in "
+                            "ref.msg:2"));
+}
+
 TEST(Compare, SaysThatAFormatBecameInvalid) {
     EXPECT_THAT(differences("1 %d: 100%!\n", "1 %d: 100%%!\n"),
                 ElementsAre("a.msg:2: message 1 of set 1 has '%!', which printf() does not know; "
                             "not so in ref.msg:2"));
+    EXPECT_THAT(differences("1 %2$s %1$d %s\n", "1 %d %s\n"),
+                ElementsAre("a.msg:2: message 1 of set 1 takes %2$s, %1$d, %s here, and %d, %s in "
+                            "ref.msg:2",
+                            "a.msg:2: message 1 of set 1 has '%s', which mixes positions with "
+                            "order; not so in ref.msg:2"));
+}
+
+TEST(Compare, SaysThatAPercentSignIsNoLongerDoubled) {
+    EXPECT_THAT(differences("1 100%\n", "1 100%%\n"),
+                ElementsAre("a.msg:2: message 1 of set 1 has '%', which printf() does not know; "
+                            "not so in ref.msg:2"));
+    EXPECT_THAT(differences("1 100%%\n", "1 100%\n"),
+                ElementsAre("a.msg:2: message 1 of set 1 is for printf() here, and has '%', which "
+                            "printf() does not know, in ref.msg:2"));
+    EXPECT_THAT(differences("1 alles\n2 100%%\n", "1 100%%\n2 all\n"), IsEmpty());
 }
 
 TEST(Compare, AcceptsPercentSignsInTextsThatAreNoFormats) {
     EXPECT_THAT(differences("1 zu 100%\n", "1 to 100%!\n"), IsEmpty());
+    EXPECT_THAT(differences("1 sicher 100 %\n", "1 100 % sure\n"), IsEmpty());
+    EXPECT_THAT(differences("1 50 % weniger\n", "1 50% off\n"), IsEmpty());
+    EXPECT_THAT(differences("1 alles\n", "1 100 % of it\n"), IsEmpty());
+}
+
+TEST(Compare, AcceptsAFaultThatIsInTheReferenceToo) {
+    EXPECT_THAT(differences("1 %d zu 100%!\n", "1 %d to 100%!\n"), IsEmpty());
 }
 
 TEST(Compare, WorksWithCatalogFilesToo) {

@@ -3,10 +3,13 @@
 // The command as its users call it.
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sstream>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -53,6 +56,15 @@ class Zolcat : public ::testing::Test {
         return count;
     }
 
+    unsigned modeOf(const std::string& name) {
+        struct stat status = {};
+        EXPECT_EQ(0, stat(path(name).c_str(), &status));
+        return status.st_mode & 07777u;
+    }
+
+    // Run in the process of the command before it.
+    std::function<void()> m_prepare = [] {};
+
   private:
     [[noreturn]] void exec(const std::vector<std::string>& arguments, const char* output) {
         std::vector<char*> argv{const_cast<char*>("zolcat")};
@@ -63,6 +75,7 @@ class Zolcat : public ::testing::Test {
         if (chdir(m_folder.path().c_str()) == 0) {
             dup2(open(output, O_WRONLY | O_CREAT | O_TRUNC, 0666), STDOUT_FILENO);
             dup2(open("err", O_WRONLY | O_CREAT | O_TRUNC, 0666), STDERR_FILENO);
+            m_prepare();
             execv(ZOLCAT, argv.data());
         }
         _exit(99);
@@ -82,14 +95,16 @@ constexpr char kUsage[] =
     "       zolcat dump FILE.cat...\n"
     "       zolcat check [--reference REFERENCE] FILE...\n"
     "       zolcat header [-o FILE.h] [--prefix PREFIX] SOURCE...\n"
-    "       zolcat --help | --version\n";
+    "       zolcat -h | --help | --version\n";
 
 // --- the command line ---
 
 TEST_F(ZolcatCommandLine, HelpsOnRequest) {
-    EXPECT_EQ(0, run({"--help"}));
-    EXPECT_THAT(out(), StartsWith(kUsage));
-    EXPECT_THAT(err(), IsEmpty());
+    for (const char* const option : {"--help", "-h"}) {
+        EXPECT_EQ(0, run({option}));
+        EXPECT_THAT(out(), StartsWith(kUsage));
+        EXPECT_THAT(err(), IsEmpty());
+    }
 }
 
 TEST_F(ZolcatCommandLine, TellsItsVersion) {
@@ -200,7 +215,6 @@ TEST_F(ZolcatCompile, SaysAllProblemsAndLeavesTheOldFileAlone) {
 TEST_F(ZolcatCompile, ReplacesTheFileAndLeavesTheOldOneToWhoHasItOpen) {
     write("a.msg", "$catalog 1 a\n");
     write("a.cat", "old");
-    ASSERT_EQ(0, chmod(path("a.cat").c_str(), 0640));
     std::ifstream open(path("a.cat"));
 
     EXPECT_EQ(0, run({"compile", "a.msg"}));
@@ -208,9 +222,51 @@ TEST_F(ZolcatCompile, ReplacesTheFileAndLeavesTheOldOneToWhoHasItOpen) {
     open >> bytes;
     EXPECT_EQ("old", bytes);
     EXPECT_THAT(contents("a.cat"), StartsWith("#CATALOG"));
-    struct stat status = {};
-    ASSERT_EQ(0, stat(path("a.cat").c_str(), &status));
-    EXPECT_EQ(0640u, status.st_mode & 0777u);
+}
+
+TEST_F(ZolcatCompile, KeepsThePermissionsOfTheFile) {
+    write("a.msg", "$catalog 1 a\n");
+    write("a.cat", "old");
+    ASSERT_EQ(0, chmod(path("a.cat").c_str(), 0646));
+    m_prepare = [] { umask(0077); };
+
+    EXPECT_EQ(0, run({"compile", "a.msg"}));
+    EXPECT_THAT(contents("a.cat"), StartsWith("#CATALOG"));
+    EXPECT_EQ(0646u, modeOf("a.cat"));
+}
+
+TEST_F(ZolcatCompile, GivesANewFileTheUsualPermissions) {
+    write("a.msg", "$catalog 1 a\n");
+
+    m_prepare = [] { umask(0027); };
+    EXPECT_EQ(0, run({"compile", "a.msg"}));
+    EXPECT_EQ(0640u, modeOf("a.cat"));
+    m_prepare = [] { umask(0); };
+    EXPECT_EQ(0, run({"compile", "-o", "b.cat", "a.msg"}));
+    EXPECT_EQ(0666u, modeOf("b.cat"));
+}
+
+TEST_F(ZolcatCompile, LeavesTheOldFileAndNothingElseWhenTheDiskIsFull) {
+    write("a.msg", "$catalog 1 a\n1 " + std::string(10000, 'x') + "\n");
+    write("a.cat", "old");
+    m_prepare = [] {
+        const rlimit limit = {4096, 4096};  // as far as a file can grow
+        setrlimit(RLIMIT_FSIZE, &limit);
+        (void)signal(SIGXFSZ, SIG_IGN);
+    };
+
+    EXPECT_EQ(2, run({"compile", "a.msg"}));
+    EXPECT_EQ("zolcat: a.cat: File too large\n", err());
+    EXPECT_EQ("old", contents("a.cat"));
+    EXPECT_EQ(2u, countFiles());
+}
+
+TEST_F(ZolcatCompile, TakesTheLongestFileName) {
+    const std::string name(255, 'a');
+    write("a.msg", "$catalog 1 a\n");
+
+    EXPECT_EQ(0, run({"compile", "-o", name, "a.msg"}));
+    EXPECT_THAT(contents(name), StartsWith("#CATALOG"));
 }
 
 TEST_F(ZolcatCompile, FollowsASymbolicLink) {
@@ -220,6 +276,17 @@ TEST_F(ZolcatCompile, FollowsASymbolicLink) {
 
     EXPECT_EQ(0, run({"compile", "a.msg"}));
     EXPECT_THAT(contents("real"), StartsWith("#CATALOG"));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("a.cat")));
+}
+
+TEST_F(ZolcatCompile, FollowsNoSymbolicLinkToNothing) {
+    write("a.msg", "$catalog 1 a\n");
+    ASSERT_EQ(0, symlink("none", path("a.cat").c_str()));
+
+    EXPECT_EQ(2, run({"compile", "a.msg"}));
+    EXPECT_EQ("zolcat: a.cat: No such file or directory\n", err());
+    EXPECT_TRUE(std::filesystem::is_symlink(path("a.cat")));
+    EXPECT_EQ(2u, countFiles());
 }
 
 TEST_F(ZolcatCompile, SaysThatItCannotWrite) {
@@ -258,6 +325,22 @@ TEST_F(ZolcatDump, SaysWhyAFileIsRefusedAndPrintsTheOthers) {
     EXPECT_EQ("CATALOG 'a' (id=1):\n", out());
 }
 
+TEST_F(ZolcatDump, SaysThatItCannotReadAPipe) {
+    write("a.msg", "$catalog 1 a\n");
+    ASSERT_EQ(0, run({"compile", "a.msg"}));
+    const std::string bytes = contents("a.cat");
+    m_prepare = [&bytes] {
+        int ends[2];
+        if (pipe(ends) == 0 && ::write(ends[1], bytes.data(), bytes.size()) > 0) {
+            close(ends[1]);
+            dup2(ends[0], STDIN_FILENO);
+        }
+    };
+
+    EXPECT_EQ(2, run({"dump", "/dev/stdin"}));
+    EXPECT_EQ("zolcat: /dev/stdin: Input/output error\n", err());
+}
+
 TEST_F(ZolcatDump, SaysThatItsOutputIsLost) {
     write("a.msg", "$catalog 1 a\n");
     ASSERT_EQ(0, run({"compile", "a.msg"}));
@@ -288,6 +371,39 @@ TEST_F(ZolcatCheck, PrintsTheProblemsOfEachFile) {
         "b.cat:byte 8: the file ends in the header: the file is refused\n",
         out());
     EXPECT_THAT(err(), IsEmpty());
+}
+
+TEST_F(ZolcatCheck, PrintsEachProblemInALine) {
+    write("a.msg", "$catalog 1 a\n1 x\n");
+    write("b.msg", "1 50%\x1b\n2 x\n$\x1b\n");
+    const std::string name("a\n\xe2\x80\xae\xff", 6);
+    write("c.cat", std::string("#CATALOG\0\0\0\xb\0\0\0\1\0\0\0\0\0\0\1", 23) +
+                       std::string("\0\0\0\xf\0\0\0\2\0\6", 10) + name + std::string("\0x\0", 3));
+
+    EXPECT_EQ(1, run({"check", "--reference", "a.msg", "b.msg", "c.cat"}));
+    EXPECT_EQ(
+        "b.msg:1: a message stands before $catalog\n"
+        "b.msg:2: message 2 of set 1 is not in a.msg\n"
+        "b.msg:3: there is no directive $\\033; in a comment a blank follows the $\n"
+        "c.cat:byte 0: set 1 is missing; it is in a.msg:2\n"
+        "c.cat:byte 23: set 2 'a\\012\\342\\200\\256\\377' is not in a.msg\n",
+        out());
+}
+
+TEST_F(ZolcatCheck, StopsAfter2000ProblemsOfAFile) {
+    std::string source = "$catalog 1 a\n";
+    for (int i = 0; i < 2003; ++i) {
+        source += "$foo\n";
+    }
+    write("a.msg", source);
+    write("b.msg", "$catalog 1 b\n$bar\n");
+
+    EXPECT_EQ(1, run({"check", "a.msg", "b.msg"}));
+    EXPECT_THAT(out(), HasSubstr("\na.msg:2001: there is no directive $foo; in a comment a blank "
+                                 "follows the $\n"
+                                 "... and 3 more\n"
+                                 "b.msg:2: there is no directive $bar; in a comment a blank "
+                                 "follows the $\n"));
 }
 
 TEST_F(ZolcatCheck, ComparesEachFileWithTheReference) {

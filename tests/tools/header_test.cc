@@ -76,10 +76,20 @@ TEST(Header, DropsWhatIsNoUtf8OrCannotBeSeen) {
                                           "e \xc3 x"));
     EXPECT_EQ("/* a   b */", commentOf("a\xe2\x80\xae"
                                        "b"));
+    EXPECT_EQ("/* a   b */", commentOf("a\xef\xbb\xbf"
+                                       "b"));
     EXPECT_EQ("/* a  b */", commentOf("a\xc0\xaf"
                                       "b"));
     EXPECT_EQ("/* a   b */", commentOf("a\xed\xa0\x80"
                                        "b"));
+}
+
+TEST(HeaderPrefix, IsNotOneOfTheCompilers) {
+    EXPECT_FALSE(zolcat::isPrefix("__x"));
+    EXPECT_FALSE(zolcat::isPrefix("_X"));
+    EXPECT_FALSE(zolcat::isPrefix("_"));
+    EXPECT_TRUE(zolcat::isPrefix("_x"));
+    EXPECT_TRUE(zolcat::isPrefix("X_"));
 }
 
 TEST(HeaderPrefix, IsTheCatalogsNameInCapitals) {

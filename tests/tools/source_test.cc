@@ -70,6 +70,11 @@ TEST(SourceText, InQuotesMayHaveEscapedQuotes) {
     EXPECT_EQ("say \"a\"", textOf("1 \"say \\\"a\\\"\""));
 }
 
+TEST(SourceText, InQuotesMayHaveTheirCharacterThoughItsEscapeMeansAnotherOne) {
+    EXPECT_EQ("anb", read("$catalog 1 a\n$quote n\n1 na\\nbn\n").catalog.find(1, 1)->text);
+    EXPECT_EQ("a101", read("$catalog 1 a\n$quote 1\n2 1a\\10\\11\n").catalog.find(1, 2)->text);
+}
+
 TEST(SourceText, InQuotesMayGoOnInTheNextLine) {
     EXPECT_EQ("open shut", textOf("1 \"open \\\nshut\""));
 }
@@ -88,6 +93,8 @@ TEST(SourceText, CannotHaveAZeroByte) {
     EXPECT_THAT(problemsOf("1 a\\000b\n"), ElementsAre("a.msg:2: a text cannot have a zero byte"));
     EXPECT_THAT(problemsOf(std::string("1 a\0b\n", 6)),
                 ElementsAre("a.msg:2: a text cannot have a zero byte"));
+    EXPECT_THAT(problemsOf(std::string("1 a\\\n\0b\\\n\0\n", 11)),
+                ElementsAre("a.msg:3: a text cannot have a zero byte"));
 }
 
 TEST(SourceText, CannotHaveAnOctalNumberAboveAByte) {
@@ -105,6 +112,8 @@ TEST(SourceText, CannotHaveAnythingBehindTheClosingQuote) {
     EXPECT_THAT(problemsOf("$quote \"\n1 \"a\" b\n2 \"c\"d\n"),
                 ElementsAre("a.msg:3: something follows the closing quote",
                             "a.msg:4: something follows the closing quote"));
+    EXPECT_THAT(problemsOf("$quote \"\n1 \"a\\\nb\" c\n"),
+                ElementsAre("a.msg:4: something follows the closing quote"));
 }
 
 TEST(SourceText, CannotGoOnBehindTheEndOfTheFile) {
@@ -112,6 +121,8 @@ TEST(SourceText, CannotGoOnBehindTheEndOfTheFile) {
                 ElementsAre("a.msg:2: the text goes on behind the end of the file"));
     EXPECT_THAT(problemsOf("1 a\\"),
                 ElementsAre("a.msg:2: the text goes on behind the end of the file"));
+    EXPECT_THAT(problemsOf("$quote \"\n1 \"a\\\n"),
+                ElementsAre("a.msg:3: the text goes on behind the end of the file"));
 }
 
 TEST(SourceText, NeedsABlankBehindTheNumber) {
@@ -150,6 +161,15 @@ TEST(SourceLine, CannotBeAnUnknownDirective) {
     EXPECT_THAT(problemsOf("$include x\n"),
                 ElementsAre("a.msg:2: there is no directive $include; in a comment a blank follows "
                             "the $"));
+}
+
+TEST(SourceLine, IsQuotedWithoutWhatCannotBeShown) {
+    EXPECT_THAT(problemsOf("$\x1b[2J\xff\r\x80\n$name Gr\xc3\xbc\xc3\x9f\x7f\n"),
+                ElementsAre("a.msg:2: there is no directive $\\033[2J\\377\\015\\200; in a comment "
+                            "a blank follows the $",
+                            "a.msg:3: 'Gr\xc3\xbc\xc3\x9f\\177' is not an identifier"));
+    EXPECT_THAT(problemsOf(std::string("$name a\0b\n", 10)),
+                ElementsAre("a.msg:2: 'a\\000b' is not an identifier"));
 }
 
 TEST(SourceLine, OfTheFileBeginsBehindAByteOrderMark) {
@@ -214,6 +234,14 @@ TEST(SourceSet, NumberHasALimit) {
                 ElementsAre("a.msg:2: set number 256 is above 255",
                             "a.msg:6: set number 4294967297 is above 255",
                             "a.msg:7: set number 256 is above 255"));
+}
+
+TEST(SourceSet, WithoutAGoodNumberTakesNothingFromTheOneBefore) {
+    const zolcat::Catalog catalog = read("$catalog 1 a\n1 x\n$set x\n1\n$setname b\n2 y\n").catalog;
+
+    EXPECT_EQ("x", catalog.find(1, 1)->text);
+    EXPECT_EQ("", catalog.sets.at(1).name);
+    EXPECT_EQ(nullptr, catalog.find(1, 2));
 }
 
 TEST(SourceSet, NeedsANumber) {
@@ -361,6 +389,10 @@ TEST(SourceName, NeedsAMessageBehindIt) {
         ElementsAre("a.msg:2: no message follows $name A", "a.msg:3: no message follows $name B",
                     "a.msg:5: no message follows $name C", "a.msg:7: no message follows $name D",
                     "a.msg:9: no message follows $name E"));
+    EXPECT_THAT(problemsOf("$name A\n$set 2\n1 x\n"),
+                ElementsAre("a.msg:2: no message follows $name A"));
+    EXPECT_THAT(problemsOf("$name A\n$delset 2\n1 x\n"),
+                ElementsAre("a.msg:2: no message follows $name A"));
 }
 
 // --- several sources ---
@@ -381,6 +413,13 @@ TEST(SeveralSources, EachBeginInSet1WithoutQuotes) {
     EXPECT_EQ("\"y\"", catalog.find(1, 2)->text);
 }
 
+TEST(SeveralSources, EachBeginInSet1AlsoBehindABadSet) {
+    const zolcat::Catalog catalog =
+        zolcat::readSources({{"a", "$catalog 1 a\n$set 256\n"}, {"b", "2 y"}}).catalog;
+
+    EXPECT_EQ("y", catalog.find(1, 2)->text);
+}
+
 TEST(SeveralSources, HaveTheirProblemsSaidInOrder) {
     const zolcat::Reading reading =
         zolcat::readSources({{"a", "$catalog 1 a\n$name N\n1 x\n$name M\n"},
@@ -390,6 +429,14 @@ TEST(SeveralSources, HaveTheirProblemsSaidInOrder) {
                                               "b:1: the catalog has its $catalog in a:1",
                                               "b:2: message 1 of set 1 is already defined in a:3",
                                               "b:4: the name N belongs to the message in a:3"));
+    EXPECT_THAT(
+        problemsOf("$name N\n1 x\n$name N\n2 y\n$foo\n65535 z\n$bar\n"),
+        ElementsAre("a.msg:5: the name N belongs to the message in a.msg:3",
+                    "a.msg:6: there is no directive $foo; in a comment a blank follows the $",
+                    "a.msg:7: message 65535 of set 1 does not fit: the texts of a set can "
+                    "have 65535 bytes, with one more for each message number up to the "
+                    "last",
+                    "a.msg:8: there is no directive $bar; in a comment a blank follows the $"));
 }
 
 }  // namespace

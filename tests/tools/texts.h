@@ -16,7 +16,7 @@ inline std::vector<std::string> printed(const zolcat::Catalog& catalog,
                                         const std::vector<zolcat::Problem>& problems) {
     std::vector<std::string> lines;
     for (const zolcat::Problem& problem : problems) {
-        lines.push_back(catalog.describe(problem.place) + ": " + problem.text);
+        lines.push_back(catalog.describe(problem));
     }
     return lines;
 }

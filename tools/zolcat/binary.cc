@@ -161,6 +161,7 @@ std::optional<size_t> Reader::readHeader() {
     const std::optional<size_t> setCount = name ? takeNumber(4) : std::nullopt;
 
     m_catalog.place = {0, start + 4};
+    m_catalog.hasId = id.has_value();
     m_catalog.id = static_cast<unsigned>(id.value_or(0));
     m_catalog.name = name.value_or("");
     const size_t before = m_problems.size();

@@ -5,10 +5,16 @@
 #include <algorithm>
 #include <tuple>
 
+#include "printable.h"
+
 namespace zolcat {
 
 std::string Catalog::describe(const Place& where) const {
     return files.at(where.file) + (isBinary ? ":byte " : ":") + std::to_string(where.number);
+}
+
+std::string Catalog::describe(const Problem& problem) const {
+    return printable(describe(problem.place) + ": " + problem.text);
 }
 
 const Message* Catalog::find(unsigned setId, unsigned number) const {

@@ -49,13 +49,16 @@ struct Set {
 struct Catalog {
     std::vector<std::string> files;  // the sources, or the one catalog file
     bool isBinary = false;
-    Place place;  // of the id
+    Place place;         // of the id
+    bool hasId = false;  // else a problem has been said
     unsigned id = 0;
     std::string name;
     std::map<unsigned, Set> sets;
 
     /** "FILE:LINE", or "FILE:byte OFFSET". */
     std::string describe(const Place& where) const;
+    /** "FILE:LINE: text": one line, whatever bytes it quotes. */
+    std::string describe(const Problem& problem) const;
     /** The message where it has a text, else null: an empty one counts as missing. */
     const Message* find(unsigned setId, unsigned number) const;
 };

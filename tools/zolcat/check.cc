@@ -26,7 +26,7 @@ bool hasTexts(const Set& set) {
 }
 
 std::string listed(const Conversions& conversions) {
-    return conversions.isFormat() ? conversions.written : "no arguments";
+    return conversions.arguments.empty() ? "no arguments" : conversions.written;
 }
 
 class Comparison {
@@ -35,7 +35,7 @@ class Comparison {
         : m_catalog(catalog), m_reference(reference) {}
 
     std::vector<Problem> run() {
-        if (m_catalog.id != m_reference.id) {
+        if (m_catalog.hasId && m_reference.hasId && m_catalog.id != m_reference.id) {
             complain(m_catalog.place,
                      "the catalog is number " + std::to_string(m_catalog.id) +
                          " here, and number " + std::to_string(m_reference.id),
@@ -109,9 +109,16 @@ class Comparison {
             complain(message.place,
                      subject + " takes " + listed(own) + " here, and " + listed(wanted),
                      reference.place);
-        } else if (wanted.isFormat() && wanted.invalid.empty() && !own.invalid.empty()) {
+        }
+        // Where one of them is for printf(), the other one has to be good for it.
+        if ((!own.isFormat && !wanted.isFormat) || own.invalid == wanted.invalid) {
+            return;
+        }
+        if (!own.invalid.empty()) {
+            complain(message.place, subject + " has " + own.invalid + "; not so", reference.place);
+        } else {
             complain(message.place,
-                     subject + " has '" + own.invalid + "', which printf() does not know; not so",
+                     subject + " is for printf() here, and has " + wanted.invalid + ",",
                      reference.place);
         }
     }

@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <stdio.h>
+#include <stdlib.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,19 +15,60 @@ namespace zolcat {
 
 namespace {
 
-// Writes everything and closes. @return 0, or the errno of the first failure
-int writeAndClose(FILE* stream, const std::string& bytes) {
-    const bool isWritten = fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
-    const int writeError = isWritten ? 0 : errno;
-    const int closeError = fclose(stream) == 0 ? 0 : errno;
-    return writeError != 0 ? writeError : closeError;
+// @return 0, or an errno
+int writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
+        if (count < 0) {
+            return errno;
+        }
+        bytes.remove_prefix(static_cast<size_t>(count));
+    }
+    return 0;
 }
 
-// The file behind symbolic links, or the path itself.
-std::string target(const std::string& path) {
-    std::error_code error;
-    const auto real = std::filesystem::canonical(path, error);
-    return error ? path : real.string();
+// @return 0, or an errno
+int writeTo(const std::string& path, const std::string& bytes) {
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return errno;
+    }
+    int error = writeAll(descriptor, bytes);
+    if (close(descriptor) != 0 && error == 0) {
+        error = errno;
+    }
+    return error;
+}
+
+// The permissions of a file that open() makes.
+mode_t modeOfNewFiles() {
+    const mode_t mask = umask(0);
+    (void)umask(mask);
+    return 0666 & ~mask;
+}
+
+// Writes a file with a name of its own, and then gives it the name. @return 0, or an errno
+int moveInto(const std::filesystem::path& file, mode_t mode, const std::string& bytes) {
+    std::string temporary = (file.parent_path() / ".zolcat-XXXXXX").string();
+    const int descriptor = mkostemp(temporary.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        return errno;
+    }
+    int error = writeAll(descriptor, bytes);
+    // On the medium before it has the name: a power failure leaves the old contents or the new.
+    if (error == 0 && (fchmod(descriptor, mode) != 0 || fsync(descriptor) != 0)) {
+        error = errno;
+    }
+    if (close(descriptor) != 0 && error == 0) {
+        error = errno;
+    }
+    if (error == 0 && rename(temporary.c_str(), file.c_str()) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        (void)unlink(temporary.c_str());
+    }
+    return error;
 }
 
 }  // namespace
@@ -47,35 +90,18 @@ int readFile(const std::string& path, std::string& bytes) {
 }
 
 int replaceFile(const std::string& path, const std::string& bytes) {
-    const std::string file = target(path);
     struct stat status;
-    const bool exists = stat(file.c_str(), &status) == 0;
-    if (exists && !S_ISREG(status.st_mode)) {
-        FILE* const stream = fopen(file.c_str(), "we");
-        return stream == nullptr ? errno : writeAndClose(stream, bytes);
+    if (stat(path.c_str(), &status) != 0) {
+        const int error = errno;
+        const bool isLink = lstat(path.c_str(), &status) == 0;
+        return isLink ? error : moveInto(path, modeOfNewFiles(), bytes);
     }
-
-    const std::string temporary = file + ".new." + std::to_string(getpid());
-    const mode_t mode = exists ? status.st_mode & 0777 : 0666;
-    const int descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-    if (descriptor < 0) {
-        return errno;
+    if (!S_ISREG(status.st_mode)) {
+        return writeTo(path, bytes);
     }
-    FILE* const stream = fdopen(descriptor, "w");
-    int error = 0;
-    if (stream == nullptr) {
-        error = errno;
-        (void)close(descriptor);
-    } else {
-        error = writeAndClose(stream, bytes);
-    }
-    if (error == 0 && rename(temporary.c_str(), file.c_str()) != 0) {
-        error = errno;
-    }
-    if (error != 0) {
-        (void)unlink(temporary.c_str());
-    }
-    return error;
+    std::error_code error;
+    const auto file = std::filesystem::canonical(path, error);
+    return error ? error.value() : moveInto(file, status.st_mode & 0777, bytes);
 }
 
 }  // namespace zolcat

@@ -12,8 +12,9 @@ int readFile(const std::string& path, std::string& bytes);
 
 /**
  * Gives a file new contents, at once: they are written beside it and moved over it, so that after
- * a failure the file is as it was, and whoever has it open keeps what it had. A symbolic link
- * stays one. What is no regular file (a pipe, a device) is written to.
+ * a failure the file is as it was, and whoever has it open keeps what it had. Its permissions
+ * stay. A symbolic link stays one; where it leads to nothing, this fails. What is no regular file
+ * (a pipe, a device) is written to.
  *
  * @return 0, or an errno
  */

@@ -7,6 +7,8 @@
 #include <stdio.h>
 #include <string_view>
 
+#include "printable.h"
+
 namespace zolcat {
 
 namespace {
@@ -25,32 +27,6 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-// The length of the well-formed UTF-8 character that begins the text and may stand in a comment;
-// 0: there is none. Characters that change the direction of writing could hide code.
-size_t characterLength(std::string_view text) {
-    const auto byte = [text](size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned first = byte(0);
-    if (first < 0x80) {
-        return first >= 0x20 && first != 0x7f ? 1 : 0;
-    }
-    const size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-    if (first < 0xc2 || first > 0xf4 || text.size() < length) {
-        return 0;
-    }
-    unsigned long code = first & (0xffu >> (length + 1));
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xc0) != 0x80) {
-            return 0;
-        }
-        code = code << 6 | (byte(i) & 0x3fu);
-    }
-    const bool isTooLong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
-    const bool isSurrogate = code >= 0xd800 && code <= 0xdfff;
-    const bool isControl = code < 0xa0 || (code >= 0x200b && code <= 0x200f) ||
-                           (code >= 0x2028 && code <= 0x202e) || (code >= 0x2060 && code <= 0x206f);
-    return isTooLong || isSurrogate || isControl || code > 0x10ffff ? 0 : length;
-}
-
 // The beginning of a text, as it may stand in a comment.
 std::string comment(std::string_view text) {
     std::string result;
@@ -58,7 +34,7 @@ std::string comment(std::string_view text) {
         if (count == kMaxCommentLength) {
             return result + "...";
         }
-        const size_t length = characterLength(text);
+        const size_t length = printableLength(text);
         const char last = result.empty() ? '\0' : result.back();
         const char next = text[0];
         if ((last == '*' && next == '/') || (last == '/' && next == '*') ||
@@ -84,9 +60,13 @@ std::string hexadecimal(uint32_t value) {
 }  // namespace
 
 bool isPrefix(const std::string& text) {
-    return !text.empty() && !isDigit(text[0]) && std::all_of(text.begin(), text.end(), [](char c) {
-        return isUpper(c) || isLower(c) || isDigit(c) || c == '_';
-    });
+    const bool isIdentifier =
+        !text.empty() && !isDigit(text[0]) && std::all_of(text.begin(), text.end(), [](char c) {
+            return isUpper(c) || isLower(c) || isDigit(c) || c == '_';
+        });
+    const std::string constant = text + "_";
+    const bool isReserved = constant[0] == '_' && (constant[1] == '_' || isUpper(constant[1]));
+    return isIdentifier && !isReserved;
 }
 
 std::string defaultPrefix(const std::string& name) {

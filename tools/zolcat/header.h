@@ -9,7 +9,7 @@
 
 namespace zolcat {
 
-/** Whether a text can begin the names of constants. */
+/** Whether a text can begin the names of constants: those of compilers, as __x and _X, cannot. */
 bool isPrefix(const std::string& text);
 
 /** The prefix that a catalog's name makes: "door lock" makes DOOR_LOCK. */

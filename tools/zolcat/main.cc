@@ -28,12 +28,14 @@ constexpr int kGood = 0;
 constexpr int kProblems = 1;
 constexpr int kTrouble = 2;  // wrong usage; a file that cannot be read or written
 
+constexpr size_t kMaxPrinted = 2000;  // problems of a file that is no source at all, say
+
 constexpr char kUsage[] =
     "Usage: zolcat compile [-o FILE.cat] SOURCE...\n"
     "       zolcat dump FILE.cat...\n"
     "       zolcat check [--reference REFERENCE] FILE...\n"
     "       zolcat header [-o FILE.h] [--prefix PREFIX] SOURCE...\n"
-    "       zolcat --help | --version\n";
+    "       zolcat -h | --help | --version\n";
 
 constexpr char kHelp[] =
     "\n"
@@ -75,9 +77,12 @@ int finishOutput(int status) {
 }
 
 int print(const Catalog& catalog, const std::vector<Problem>& problems, FILE* out) {
-    for (const Problem& problem : problems) {
-        (void)fprintf(out, "%s: %s\n", catalog.describe(problem.place).c_str(),
-                      problem.text.c_str());
+    const size_t count = std::min(problems.size(), kMaxPrinted);
+    for (size_t i = 0; i < count; ++i) {
+        (void)fprintf(out, "%s\n", catalog.describe(problems[i]).c_str());
+    }
+    if (count < problems.size()) {
+        (void)fprintf(out, "... and %zu more\n", problems.size() - count);
     }
     return problems.empty() ? kGood : kProblems;
 }
@@ -136,8 +141,9 @@ int dumpFile(const std::string& path) {
         return kGood;
     }
     const Reading reading = readCatalogFile(path, bytes);
-    (void)print(reading.catalog, reading.problems, stderr);
-    return kProblems;
+    // A good file that the library cannot read all the same: a pipe is empty the second time.
+    return reading.problems.empty() ? failFile(path, EIO)
+                                    : print(reading.catalog, reading.problems, stderr);
 }
 
 int dump(const Arguments& arguments) {
@@ -265,7 +271,7 @@ int runCommand(const Command& command, int argc, char* argv[]) {
 
 int run(int argc, char* argv[]) {
     const std::string name = argc > 1 ? argv[1] : "";
-    if (name == "--help") {
+    if (name == "-h" || name == "--help") {
         (void)fputs(kUsage, stdout);
         (void)fputs(kHelp, stdout);
         return finishOutput(kGood);

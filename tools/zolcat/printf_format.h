@@ -12,17 +12,19 @@ namespace zolcat {
 /** What a text asks for when it is given to printf(). */
 struct Conversions {
     // The type of each argument in the order of the arguments: "d" "ld" "u" "f" "s" and so on, "*"
-    // for a width or precision, "" for an argument that is skipped over.
+    // for a width or precision, "" for an argument that is skipped over. A conversion that is
+    // invalid stands for an argument of a type of its own: "?%y".
     std::vector<std::string> arguments;
-    // The conversions as they stand in the text: "%5.2f, %s".
+    // The conversions of these arguments as they stand in the text: "%5.2f, %s".
     std::string written;
-    // The first that printf() does not know; empty: there is none.
+    // The first that is invalid, and why; empty: there is none.
     std::string invalid;
-
-    bool isFormat() const { return !arguments.empty(); }
+    // Whether the text is clearly written for printf(): it has arguments, %% or %m. Else its
+    // percent signs, of which `invalid` may tell, can be just percent signs.
+    bool isFormat = false;
 };
 
-/** Finds the conversions of printf(3), positions like %2$s included; %% is none. */
+/** Finds the conversions of printf(3), those of C23 and positions like %2$s included. */
 Conversions conversionsOf(std::string_view text);
 
 }  // namespace zolcat

@@ -92,7 +92,7 @@ class Parser {
     void parseLine();
     void parseMessage();
     std::string takeText();
-    void takeEscape(std::string& text);
+    bool takeEscape(std::string& text);
 
     void parseDirective(std::string_view line);
     void startSet(std::string_view arguments);
@@ -213,16 +213,13 @@ void Parser::parseMessage() {
     } else {
         complain(m_start, "a blank or a tab has to follow the message number");
     }
-    std::string text = takeText();
-    if (text.find('\0') != std::string::npos) {
-        complain(m_start, "a text cannot have a zero byte");
-    }
-    defineMessage(number, std::move(text));
+    defineMessage(number, takeText());
 }
 
 // Takes the text of a message, with the lines in which it goes on.
 std::string Parser::takeText() {
     const bool isQuoted = m_quote != '\0' && !m_rest.empty() && m_rest[0] == m_quote;
+    bool hasZero = false;
     std::string text;
     if (isQuoted) {
         (void)take();
@@ -236,10 +233,14 @@ std::string Parser::takeText() {
             }
             return text;
         }
-        if (c == '\\') {
-            takeEscape(text);
-        } else {
+        if (c != '\\') {
             text += c;
+        } else if (!takeEscape(text)) {
+            return text;
+        }
+        if (!hasZero && !text.empty() && text.back() == '\0') {
+            complain(here(), "a text cannot have a zero byte");
+            hasZero = true;
         }
     }
     if (isQuoted) {
@@ -249,8 +250,8 @@ std::string Parser::takeText() {
     return text;
 }
 
-// Takes what follows a backslash.
-void Parser::takeEscape(std::string& text) {
+// Takes what follows a backslash. @return false: the file ends here
+bool Parser::takeEscape(std::string& text) {
     constexpr std::string_view kLetters = "ntvbrf";
     constexpr std::string_view kMeanings = "\n\t\v\b\r\f";
     if (isAtEndOfLine()) {
@@ -258,8 +259,9 @@ void Parser::takeEscape(std::string& text) {
         endLine();
         if (m_rest.empty()) {
             complain(end, "the text goes on behind the end of the file");
+            return false;
         }
-        return;
+        return true;
     }
     const char c = take();
     if (m_quote != '\0' && c == m_quote) {
@@ -272,13 +274,14 @@ void Parser::takeEscape(std::string& text) {
         const int byte = std::stoi(digits, nullptr, 8);
         if (byte > 255) {
             complain(here(), "\\" + digits + " is above \\377");
-            return;
+        } else {
+            text += static_cast<char>(byte);
         }
-        text += static_cast<char>(byte);
     } else {
         const size_t letter = kLetters.find(c);
         text += letter == std::string_view::npos ? c : kMeanings[letter];
     }
+    return true;
 }
 
 void Parser::parseDirective(std::string_view line) {
@@ -372,10 +375,11 @@ void Parser::setCatalog(std::string_view arguments) {
         complain(m_start, "$catalog needs the number of the catalog, and its name");
         return;
     }
-    if (valueOf(id) > kMaxId) {
+    m_catalog.id = valueOf(id);
+    m_catalog.hasId = m_catalog.id <= kMaxId;
+    if (!m_catalog.hasId) {
         complain(m_start, "catalog number " + std::string(id) + " is above 255");
     }
-    m_catalog.id = valueOf(id);
     const std::string_view name = trimmed(arguments);
     if (isGoodName(name)) {
         m_catalog.name = name;
