@@ -68,7 +68,7 @@ void listSchedules(const CWateringPlan& plan, CText& out) {
 class CControlDialog : public CDialog {
   public:
     CControlDialog(CControlServer& server, int fd, zol::CEventLoop& loop, CGarden& garden,
-                   CWateringPlan& plan, CLanguages& languages)
+                   CWateringPlan& plan, const CLanguages& languages)
         : CDialog(server, fd),
           m_loop(loop),
           m_garden(garden),
@@ -91,7 +91,7 @@ class CControlDialog : public CDialog {
     zol::CEventLoop& m_loop;
     CGarden& m_garden;
     CWateringPlan& m_plan;
-    CLanguages& m_languages;
+    const CLanguages& m_languages;
     zol::CStr m_wished;  // languages of the client
     CText m_line;        // as much as has come of the present request
 };
@@ -236,7 +236,7 @@ unsigned CControlDialog::quit() {
 }  // namespace
 
 CControlServer::CControlServer(zol::CEventLoop& loop, CGarden& garden, CWateringPlan& plan,
-                               CLanguages& languages, const zol::CTime& timeLimit)
+                               const CLanguages& languages, const zol::CTime& timeLimit)
     : CDialogServer(loop.getThread(), "control", kMaxConnections, timeLimit),
       m_loop(loop),
       m_garden(garden),

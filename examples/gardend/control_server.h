@@ -19,7 +19,7 @@ class CControlServer : public CDialogServer {
      * @param timeLimit  for one request and its answer, the wait for it included
      */
     CControlServer(zol::CEventLoop& loop, CGarden& garden, CWateringPlan& plan,
-                   CLanguages& languages, const zol::CTime& timeLimit);
+                   const CLanguages& languages, const zol::CTime& timeLimit);
 
     zol::CConnection* createConnection(int fd) override;
 
@@ -27,7 +27,7 @@ class CControlServer : public CDialogServer {
     zol::CEventLoop& m_loop;
     CGarden& m_garden;
     CWateringPlan& m_plan;
-    CLanguages& m_languages;
+    const CLanguages& m_languages;
 };
 
 }  // namespace gardend

@@ -49,18 +49,22 @@ constexpr char kHelp[] =
     "  --socket PATH    control socket of gardend (/run/gardend.sock)\n"
     "  --lang LANGUAGE  of the summary and of complaints: en, fr or de, or the name of a locale\n"
     "                   (that of LC_ALL, LC_MESSAGES or LANG, the first one that is set)\n"
+    "  --texts PATTERN  where the message catalogs are, as for gardend: for the complaints that\n"
+    "                   gardenctl makes itself\n"
     "  --help           this text\n"
     "\n"
     "Exit status: 0 done, 1 gardend refused or is not there, 2 wrong usage.\n";
 
 constexpr int kAnswerLimitSeconds = 10;
+constexpr int kNoStatus = -1;
 
 constexpr int kLanguageSize = 36;
 
 /** What the command line says. */
 struct Arguments {
     const char* path = kDefaultControlPath;
-    char language[kLanguageSize] = "";  // "de-AT"; empty: none in particular
+    zol::CStr catalogs = findCatalogs();  // a pattern
+    char language[kLanguageSize] = "";    // "de-AT"; empty: none in particular
 };
 
 void complain(const CPhrases& phrases, unsigned id, std::initializer_list<Value> values = {}) {
@@ -122,41 +126,41 @@ bool join(int count, char** words, char (&line)[kMaxControlLine]) {
     return true;
 }
 
-// Says in which language to answer, and asks.
+// Says in which language to answer, and asks. @return false, with errno set, when that fails
 bool sendRequest(int fd, const char* language, const char* line) {
     CText lines;
     if (*language != '\0') {
         lines.add("language ").add(language).add("\n");
     }
     lines.add(line).add("\n");
+    if (!lines.isWhole()) {
+        errno = ENOMEM;
+        return false;
+    }
     const auto size = static_cast<size_t>(lines.getLength());
-    return lines.isWhole() &&
-           send(fd, lines.get(), size, MSG_NOSIGNAL) == static_cast<ssize_t>(size);
+    return send(fd, lines.get(), size, MSG_NOSIGNAL) == static_cast<ssize_t>(size);
 }
 
-// Passes over an answer. Whether gardend speaks the language does not matter.
-void skipAnswer(FILE* answer) {
-    char line[512];
-    while (fgets(line, sizeof(line), answer) != nullptr && strcmp(line, "OK\n") != 0 &&
-           strncmp(line, "ERROR ", 6) != 0) {
-    }
-}
-
-// Reads and prints the answer. @return the exit status
-int showAnswer(FILE* answer, const CPhrases& phrases) {
-    char line[512];
-    while (fgets(line, sizeof(line), answer) != nullptr) {
+// Reads an answer, line by line, up to its status, and prints it where it is wanted.
+// @return kOk or kFailed, as the status says; kNoStatus when that does not come
+int readAnswer(FILE* answer, bool isWanted) {
+    char* line = nullptr;
+    size_t capacity = 0;
+    int status = kNoStatus;
+    while (status == kNoStatus && getline(&line, &capacity, answer) > 0) {
         if (strcmp(line, "OK\n") == 0) {
-            return fflush(stdout) == 0 ? kOk : kFailed;
+            status = kOk;
+        } else if (strncmp(line, "ERROR ", 6) == 0) {
+            status = kFailed;
+            if (isWanted) {
+                (void)fprintf(stderr, "gardenctl: %s", line + 6);
+            }
+        } else if (isWanted) {
+            (void)fputs(line, stdout);
         }
-        if (strncmp(line, "ERROR ", 6) == 0) {
-            (void)fprintf(stderr, "gardenctl: %s", line + 6);
-            return kFailed;
-        }
-        (void)fputs(line, stdout);
     }
-    complain(phrases, GARDEND_NO_ANSWER);
-    return kFailed;
+    free(line);
+    return status;
 }
 
 int ask(const Arguments& arguments, const char* line, const CPhrases& phrases) {
@@ -171,20 +175,25 @@ int ask(const Arguments& arguments, const char* line, const CPhrases& phrases) {
 
     FILE* const answer = fdopen(fd, "r");
     if (answer == nullptr) {
+        complain(phrases, GARDEND_CANNOT_ASK, {strerror(errno)});
         (void)close(fd);
         return kFailed;
     }
     int status = kFailed;
     if (sendRequest(fd, arguments.language, line)) {
         if (*arguments.language != '\0') {
-            skipAnswer(answer);
+            (void)readAnswer(answer, false);  // whether gardend speaks it does not matter
         }
-        status = showAnswer(answer, phrases);
+        status = readAnswer(answer, true);
+        if (status == kNoStatus) {
+            complain(phrases, GARDEND_NO_ANSWER);
+            status = kFailed;
+        }
     } else {
         complain(phrases, GARDEND_CANNOT_ASK, {strerror(errno)});
     }
     (void)fclose(answer);
-    return status;
+    return fflush(stdout) == 0 ? status : kFailed;
 }
 
 // Checks the command as gardend would do it, and hands it on.
@@ -195,6 +204,7 @@ int command(const Arguments& arguments, int count, char** words, const CPhrases&
     }
     char line[kMaxControlLine];
     if (!join(count, words, line)) {
+        complain(phrases, GARDEND_UNKNOWN_REQUEST);
         return complainAboutUsage(phrases);
     }
     ControlRequest request;
@@ -214,26 +224,39 @@ int main(int argc, char** argv) {
     static const option kOptions[] = {
         {"socket", required_argument, nullptr, 's'},
         {"lang", required_argument, nullptr, 'l'},
+        {"texts", required_argument, nullptr, 't'},
         {"help", no_argument, nullptr, 'h'},
         {nullptr, 0, nullptr, 0},
     };
     gardend::Arguments arguments;
     gardend::readEnvironment(arguments);
     bool good = true;
+    const char* badLanguage = nullptr;
     int which = 0;
     while (good && (which = getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
-        if (which == 'h') {
-            (void)fputs(gardend::kHelp, stdout);
-            return gardend::kOk;
-        }
-        if (which == 's') {
-            arguments.path = optarg;
-        } else {
-            good = which == 'l' && gardend::readLanguage(optarg, arguments.language);
+        switch (which) {
+            case 's':
+                arguments.path = optarg;
+                break;
+            case 'l':
+                badLanguage = gardend::readLanguage(optarg, arguments.language) ? nullptr : optarg;
+                break;
+            case 't':
+                arguments.catalogs = optarg;
+                break;
+            case 'h':
+                (void)fputs(gardend::kHelp, stdout);
+                return gardend::kOk;
+            default:
+                good = false;
         }
     }
-    gardend::CLanguages languages(gardend::findCatalogs().get());
+    const gardend::CLanguages languages(arguments.catalogs.get());
     const gardend::CPhrases phrases = languages.choose(arguments.language);
+    if (badLanguage != nullptr) {
+        gardend::complain(phrases, GARDEND_BAD_LANGUAGE, {badLanguage});
+        good = false;
+    }
     return good ? gardend::command(arguments, argc - optind, argv + optind, phrases)
                 : gardend::complainAboutUsage(phrases);
 }

@@ -12,9 +12,7 @@ namespace gardend {
 
 namespace {
 
-// Only these ever become part of a path. The first one is the default.
-constexpr const char* kLanguages[] = {"en", "fr", "de"};
-constexpr int kLanguageCount = 3;
+constexpr int kMaxPointLength = 4;  // any one character
 
 struct EnglishText {
     unsigned id;
@@ -34,14 +32,11 @@ const char* englishText(unsigned id) {
     return "";
 }
 
-// A line end in the middle of an answer would be taken for the end of the answer.
-bool hasControl(const char* text) {
-    for (const char* c = text; *c != '\0'; ++c) {
-        if (static_cast<unsigned char>(*c) < 0x20 || *c == 0x7f) {
-            return true;
-        }
-    }
-    return false;
+// For a language without files the registry has another one's catalog.
+bool isOf(const zol::cat::CCatalog* catalog, const char* language) {
+    zol::CStr found;
+    return catalog != nullptr && catalog->getMessage(GARDEND_LANGUAGE, found) == 0 &&
+           found == language;
 }
 
 bool comesBefore(const Wish& one, const Wish& other) {
@@ -65,7 +60,7 @@ CPhrases::CPhrases(const char* language, const zol::cat::CCatalog* catalog)
     : m_language(language), m_catalog(catalog) {
     CText point;
     add(point, GARDEND_DECIMAL_POINT);
-    if (point.isWhole()) {
+    if (point.isWhole() && point.getLength() <= kMaxPointLength) {
         m_point = CShort("%s", point.get());
     }
 }
@@ -73,44 +68,37 @@ CPhrases::CPhrases(const char* language, const zol::cat::CCatalog* catalog)
 void CPhrases::add(CText& out, unsigned id, std::initializer_list<Value> values) const {
     zol::CStr text;
     const bool isThere = m_catalog != nullptr && m_catalog->getMessage(id, text) == 0;
-    out.addFilled(isThere && !hasControl(text.get()) ? text.get() : englishText(id), values);
+    // A line end in the middle of an answer would be taken for the end of the answer.
+    out.addFilled(isThere && isLine(text.get()) ? text.get() : englishText(id), values);
 }
 
 CShort CPhrases::decimal(int64_t number, int decimals) const {
     return makeDecimal(number, decimals, m_point.get());
 }
 
-bool CLanguages::hasDefault() {
-    return find(kLanguages[0]) != nullptr;
-}
-
-CPhrases CLanguages::choose(const char* wishes) {
-    Wish left[kLanguageCount];
+CLanguages::CLanguages(const char* pattern) : m_registry(kLanguages[0], pattern) {
+    for (const char* language : kLanguages) {
+        (void)m_registry.getCatalog(language);
+    }
+    m_registry.addCatalogs("");  // finds no more languages: loading one moves all catalogs
     for (int i = 0; i < kLanguageCount; ++i) {
-        left[i] = findWish(wishes, kLanguages[i]);
-    }
-    for (;;) {
-        int best = 0;
-        for (int i = 1; i < kLanguageCount; ++i) {
-            best = comesBefore(left[i], left[best]) ? i : best;
-        }
-        const bool isDefault = best == 0 || left[best].quality == 0;
-        const char* const language = kLanguages[isDefault ? 0 : best];
-        const zol::cat::CCatalog* const catalog = find(language);
-        if (isDefault || catalog != nullptr) {
-            return CPhrases(language, catalog);
-        }
-        left[best] = Wish();
+        const zol::cat::CCatalog* const catalog = m_registry.getCatalog(kLanguages[i]);
+        m_catalogs[i] = isOf(catalog, kLanguages[i]) ? catalog : nullptr;
     }
 }
 
-// Loads it the first time. For a language without files the registry has another one's catalog.
-const zol::cat::CCatalog* CLanguages::find(const char* language) {
-    const zol::cat::CCatalog* const catalog = m_registry.getCatalog(language);
-    zol::CStr found;
-    const bool isRight = catalog != nullptr && catalog->getMessage(GARDEND_LANGUAGE, found) == 0 &&
-                         found == language;
-    return isRight ? catalog : nullptr;
+CPhrases CLanguages::choose(const char* wishes) const {
+    int chosen = 0;
+    Wish best;
+    for (int i = 0; i < kLanguageCount; ++i) {
+        const Wish wish = findWish(wishes, kLanguages[i]);
+        const bool isThere = i == 0 || m_catalogs[i] != nullptr;  // English always is
+        if (isThere && comesBefore(wish, best)) {
+            chosen = i;
+            best = wish;
+        }
+    }
+    return CPhrases(kLanguages[chosen], m_catalogs[chosen]);
 }
 
 zol::CStr findCatalogs() {

@@ -13,15 +13,19 @@
 
 namespace gardend {
 
+// Only these ever become part of a path. The first one is the default.
+constexpr const char* kLanguages[] = {"en", "fr", "de"};
+constexpr int kLanguageCount = sizeof(kLanguages) / sizeof(kLanguages[0]);
+
 /**
  * What is said to people, in one language. texts/en.msg has all of it.
  *
  *     phrases.add(page, GARDEND_OPEN_FOR, {"4:59"});
  *
  * Catalogs are files: they may be missing or damaged, or be somebody else's. A text that is not
- * there, or that has control characters, is said in English, which is part of the program. A text
- * is never a format of printf(3): it is copied, and nothing but "%1$s", "%2$s", for which there
- * are values, and "%%" means anything in it. For HTML it is escaped as everything is.
+ * there, or that is no line of UTF-8, is said in English, which is part of the program. A text is
+ * never a format of printf(3): it is copied, and nothing but "%1$s", "%2$s", for which there are
+ * values, and "%%" means anything in it. For HTML it is escaped as everything is.
  */
 class CPhrases {
   public:
@@ -43,27 +47,30 @@ class CPhrases {
     CShort m_point{"."};
 };
 
-/** The languages that gardend speaks. The default is English. */
+/**
+ * The languages that gardend speaks.
+ *
+ * All are loaded at the start: one that a client wants in a moment without descriptors must not be
+ * missed from then on.
+ */
 class CLanguages {
   public:
     /** @param pattern  of the catalog files, with "%s" for the language; see zol/cat.h */
-    explicit CLanguages(const char* pattern) : m_registry("en", pattern) {}
+    explicit CLanguages(const char* pattern);
 
     /** @return whether there is a catalog of the default language */
-    bool hasDefault();
+    bool hasDefault() const { return m_catalogs[0] != nullptr; }
 
     /**
      * Chooses, of the languages for which there is a catalog, the one that somebody likes best.
      *
      * @param wishes  whatever a client has sent, see findWish(); "" for the default
-     * @return        good until the next call
      */
-    CPhrases choose(const char* wishes);
+    CPhrases choose(const char* wishes) const;
 
   private:
-    const zol::cat::CCatalog* find(const char* language);
-
     zol::cat::CInterCatalog m_registry;
+    const zol::cat::CCatalog* m_catalogs[kLanguageCount] = {};  // null: there is none
 };
 
 /** @return where the catalogs of this program are, for CLanguages: in "texts" beside it, where it

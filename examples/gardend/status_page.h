@@ -17,7 +17,7 @@ namespace gardend {
 class CStatusSite : public IHttpSite {
   public:
     /** What it is made of must live longer than the site. */
-    CStatusSite(const CGarden& garden, const CWateringPlan& plan, CLanguages& languages)
+    CStatusSite(const CGarden& garden, const CWateringPlan& plan, const CLanguages& languages)
         : m_garden(garden), m_plan(plan), m_languages(languages) {}
 
     void answer(const HttpRequest& request, HttpAnswer& answer) override;
@@ -25,7 +25,7 @@ class CStatusSite : public IHttpSite {
   private:
     const CGarden& m_garden;
     const CWateringPlan& m_plan;
-    CLanguages& m_languages;
+    const CLanguages& m_languages;
 };
 
 void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, const CPhrases& phrases,

@@ -9,6 +9,36 @@
 
 namespace gardend {
 
+namespace {
+
+// Reads a character of UTF-8.
+// @param character  receives it
+// @return           how many bytes it has; 0 for what is none
+int readCharacter(const char* bytes, uint32_t& character) {
+    constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const auto first = static_cast<unsigned char>(*bytes);
+    if (first < 0x80) {
+        character = first;
+        return 1;
+    }
+    if (first < 0xc0 || first >= 0xf8) {
+        return 0;
+    }
+    const int length = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
+    character = first & (0x7fU >> length);
+    for (int i = 1; i < length; ++i) {
+        const auto next = static_cast<unsigned char>(bytes[i]);
+        if ((next & 0xc0) != 0x80) {
+            return 0;
+        }
+        character = character << 6 | (next & 0x3fU);
+    }
+    const bool isSurrogate = character >= 0xd800 && character <= 0xdfff;
+    return character < kSmallest[length] || character > 0x10ffff || isSurrogate ? 0 : length;
+}
+
+}  // namespace
+
 CText& CText::add(const char* text, int length) {
     const int added = length < 0 ? static_cast<int>(strlen(text)) : length;
     const int before = m_str.getLength();
@@ -95,6 +125,19 @@ CShort::CShort(const char* format, ...) {
     va_start(args, format);
     (void)vsnprintf(m_text, sizeof(m_text), format, args);
     va_end(args);
+}
+
+bool isLine(const char* text) {
+    for (const char* rest = text; *rest != '\0';) {
+        uint32_t character = 0;
+        const int length = readCharacter(rest, character);
+        const bool isControl = character < 0x20 || (character >= 0x7f && character < 0xa0);
+        if (length == 0 || isControl) {
+            return false;
+        }
+        rest += length;
+    }
+    return true;
 }
 
 CShort makeDecimal(int64_t number, int decimals, const char* point) {

@@ -76,6 +76,9 @@ class CShort {
 /** @return the number with a decimal point: "1.234" for 1234 and 3 decimals. Not negative. */
 CShort makeDecimal(int64_t number, int decimals, const char* point = ".");
 
+/** @return whether it is UTF-8 without control characters, such as the end of a line */
+bool isLine(const char* text);
+
 /** What stands in the place of a "%1$s", as long as that takes. */
 struct Value {
     Value(const char* value) : text(value) {}

@@ -51,13 +51,14 @@ TEST(HttpParserFaults, EndWith503OrWithTheRequestAsItWasMeant) {
 TEST(StatusPageFaults, LeaveNothingOutUnnoticed) {
     gardend::CGarden garden;
     gardend::CWateringPlan plan(nullptr);
-    gardend::CLanguages languages(GARDEND_CATALOGS);
-    (void)languages.choose("de");  // has been loaded before
+    const gardend::CLanguages languages(GARDEND_CATALOGS);
     forEachFailingAllocation([&] {
+        const gardend::CPhrases phrases = languages.choose("de");
         gardend::CText page;
 
-        gardend::writeStatusPage(garden, plan, languages.choose("de"), page);
+        gardend::writeStatusPage(garden, plan, phrases, page);
 
+        EXPECT_STREQ("de", phrases.getLanguage());
         if (page.isWhole()) {
             EXPECT_NE(nullptr, strstr(page.get(), "<td>vegetables</td>"));
             EXPECT_NE(nullptr, strstr(page.get(), "55"));

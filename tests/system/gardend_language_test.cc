@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // In which language gardend answers, and what it makes of catalogs, good and damaged ones.
 
+#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,7 +20,8 @@ namespace gardend {
 
 namespace {
 
-using ::testing::HasSubstr;
+using ::testing::ContainsRegex;
+using ::testing::Not;
 
 int quality(const std::string& list, const char* language = "de") {
     return findWish(list.c_str(), language).quality;
@@ -140,6 +142,29 @@ TEST(FilledText, IsNotWholeWhereAValueIsNot) {
     EXPECT_FALSE(out.isWhole());
 }
 
+TEST(Line, IsUtf8OfAllLengths) {
+    for (const char* text : {"", "a", "\xc3\xa9", "\xe2\x80\xaf", "\xf0\x9f\x8c\xb1", "\xc2\xa0",
+                             "\xee\x80\x80", "\xf4\x8f\xbf\xbf", "l\xc3\xa0 \xe2\x82\xac ~"}) {
+        EXPECT_TRUE(isLine(text)) << text;
+    }
+}
+
+TEST(Line, IsNothingThatIsNotUtf8) {
+    for (const char* text :
+         {"\xff", "\x80", "\xbf", "\xe9t\xe9", "\xc3", "\xe2\x80", "\xf0\x9f\x8c", "\xc3\xc3\xa9",
+          "\xc1\x81", "\xe0\x9f\xbf", "\xf0\x8f\xbf\xbf", "\xed\xa0\x80", "\xf4\x90\x80\x80",
+          "\xf8\x90\x80\x80\x80", "\xfe\x90\x80\x80"}) {
+        EXPECT_FALSE(isLine(text)) << text;
+    }
+}
+
+TEST(Line, HasNoControlCharacters) {
+    for (const char* text : {"a\n", "\r", "a\tb", "\x1b[2J", "\x7f", "\xc2\x80", "\xc2\x9b\x32J",
+                             "a\xc2\x85", "\xc2\x9f"}) {
+        EXPECT_FALSE(isLine(text)) << text;
+    }
+}
+
 TEST(DecimalNumber, HasAPoint) {
     EXPECT_STREQ("1.234", makeDecimal(1234, 3).get());
     EXPECT_STREQ("0,05", makeDecimal(5, 2, ",").get());
@@ -155,22 +180,23 @@ class Languages : public ::testing::Test {
         std::ofstream(m_folder.file(language) + "/gardend.cat", std::ios::binary) << bytes;
     }
 
-    static std::string catalog(const std::string& language, const std::string& title) {
-        return CatalogBytes(
-                   1, "gardend",
-                   {SetBytes(1, "language", {"", language, ","}), SetBytes(2, "page", {"", title})})
+    static std::string catalog(const std::string& language, const std::string& title,
+                               const std::string& point = ",") {
+        return CatalogBytes(1, "gardend",
+                            {SetBytes(1, "language", {"", language, point}),
+                             SetBytes(2, "page", {"", title})})
             .bytes();
     }
 
     CLanguages languages() { return CLanguages((m_folder.path() + "/%s/gardend.cat").c_str()); }
 
     std::string chosen(const char* wishes) {
-        CLanguages all = languages();
+        const CLanguages all = languages();
         return all.choose(wishes).getLanguage();
     }
 
     std::string title(const char* wishes) {
-        CLanguages all = languages();
+        const CLanguages all = languages();
         CText text;
         all.choose(wishes).add(text, GARDEND_TITLE);
         return text.get();
@@ -235,6 +261,35 @@ TEST_F(Languages, ComeFromTheCatalogOfEnglishToo) {
     EXPECT_TRUE(languages().hasDefault());
 }
 
+TEST_F(Languages, AreLoadedBeforeTheyAreAskedFor) {
+    write("fr", catalog("fr", "Jardin"));
+    write("de", catalog("de", "Garten"));
+    const CLanguages all = languages();
+    std::filesystem::remove_all(m_folder.file("fr"));
+    std::filesystem::remove_all(m_folder.file("de"));
+    write("en", catalog("en", "Garden"));
+    CText titles;
+
+    all.choose("de").add(titles, GARDEND_TITLE);
+    all.choose("fr").add(titles, GARDEND_TITLE);
+    all.choose("en").add(titles, GARDEND_TITLE);
+
+    EXPECT_STREQ("GartenJardinThe garden", titles.get());
+}
+
+TEST_F(Languages, StayGoodWhileOthersAreChosen) {
+    write("fr", catalog("fr", "Jardin"));
+    write("de", catalog("de", "Garten"));
+    const CLanguages all = languages();
+    const CPhrases german = all.choose("de");
+    CText titles;
+
+    all.choose("fr").add(titles, GARDEND_TITLE);
+    german.add(titles, GARDEND_TITLE);
+
+    EXPECT_STREQ("JardinGarten", titles.get());
+}
+
 TEST_F(Languages, TakeNoCatalogOfAnotherLanguage) {
     write("en", catalog("fr", "Jardin"));
     write("de", catalog("fr", "Jardin"));
@@ -251,16 +306,23 @@ TEST_F(Languages, SayInEnglishWhatTheCatalogDoesNotHave) {
 }
 
 TEST_F(Languages, SayInEnglishWhatWouldEndTheLine) {
-    for (const char* text : {"Garten\nOK", "Garten\r", "\x1b[2J", "\x7f", "a\tb"}) {
+    for (const char* text :
+         {"Garten\nOK", "Garten\r", "\x1b[2J", "\x7f", "a\tb", "\xc2\x9b\x32J"}) {
         write("de", catalog("de", text));
         EXPECT_EQ("The garden", title("de")) << text;
     }
 }
 
-TEST_F(Languages, TakeTextsAsTheyAre) {
-    write("de", catalog("de", "%n%s <b>\xff"));
+TEST_F(Languages, SayInEnglishWhatIsNotUtf8) {
+    write("de", catalog("de", "G\xe4rten"));
 
-    EXPECT_EQ("%n%s <b>\xff", title("de"));
+    EXPECT_EQ("The garden", title("de"));
+}
+
+TEST_F(Languages, TakeTextsAsTheyAre) {
+    write("de", catalog("de", "%n%s <b>\u00e4"));
+
+    EXPECT_EQ("%n%s <b>\u00e4", title("de"));
 }
 
 TEST_F(Languages, SurviveACatalogThatIsCutOffAnywhere) {
@@ -285,22 +347,79 @@ TEST_F(Languages, SurviveACatalogWithAnyDamagedByte) {
 
 TEST_F(Languages, UseTheDecimalPointOfTheirs) {
     write("de", catalog("de", "Garten"));
-    CLanguages all = languages();
+    const CLanguages all = languages();
 
     EXPECT_STREQ("1,234", all.choose("de").decimal(1234, 3).get());
     EXPECT_STREQ("1.234", all.choose("").decimal(1234, 3).get());
 }
 
+TEST_F(Languages, UseAPointWhereTheirsIsTooLongForOne) {
+    write("de", catalog("de", "Garten", "\u00b7\u00b7"));
+    write("fr", catalog("fr", "Jardin", "point"));
+    const CLanguages all = languages();
+
+    EXPECT_STREQ("1\u00b7\u00b7234", all.choose("de").decimal(1234, 3).get());
+    EXPECT_STREQ("1.234", all.choose("fr").decimal(1234, 3).get());
+}
+
+struct Message {
+    unsigned id;
+    const char* english;
+};
+
+constexpr Message kMessages[] = {
+#include "gardend_english.inc"
+};
+
+constexpr const char* kTranslations[] = {"en", "fr", "de"};
+
+std::string said(const CPhrases& phrases, unsigned id) {
+    CText text;
+    phrases.add(text, id, {"ONE", "TWO", "THREE"});
+    return text.get();
+}
+
 TEST(Catalogs, ThatBelongToGardendSayEverythingInEachLanguage) {
-    CLanguages languages(GARDEND_CATALOGS);
-    for (const char* language : {"en", "fr", "de"}) {
-        EXPECT_STREQ(language, languages.choose(language).getLanguage());
+    const CLanguages languages(GARDEND_CATALOGS);
+    zol::cat::CInterCatalog catalogs("en", GARDEND_CATALOGS);
+    for (const char* language : kTranslations) {
+        const CPhrases phrases = languages.choose(language);
+        EXPECT_STREQ(language, phrases.getLanguage());
+        for (const Message& message : kMessages) {
+            zol::CStr text;
+            EXPECT_EQ(0, catalogs.getCatalog(language)->getMessage(message.id, text))
+                << language << ": " << message.english;
+            EXPECT_EQ(filled(text.get(), {"ONE", "TWO", "THREE"}), said(phrases, message.id));
+        }
     }
 }
 
+// zolcat(1) takes a text for a format of printf(3), which knows "%s" and "%1$-3s" as well.
+TEST(Catalogs, ThatBelongToGardendHaveNoPlacesButThoseThatAreFilled) {
+    const CLanguages languages(GARDEND_CATALOGS);
+    for (const char* language : kTranslations) {
+        const CPhrases phrases = languages.choose(language);
+        for (const Message& message : kMessages) {
+            const std::string text = said(phrases, message.id);
+            EXPECT_THAT(text, Not(ContainsRegex("%[^ ]"))) << language;
+        }
+    }
+}
+
+TEST(Catalogs, ThatBelongToGardendDoNotShowARunTimeAsATimeOfTheDay) {
+    const CLanguages languages(GARDEND_CATALOGS);
+    CText texts;
+
+    languages.choose("de").add(texts, GARDEND_OPEN_FOR, {"20:00"});
+    texts.add("; ");
+    languages.choose("fr").add(texts, GARDEND_OPEN_FOR, {"20:00"});
+
+    EXPECT_STREQ("offen, noch 20:00\u00a0min; ouverte, encore 20:00\u00a0min", texts.get());
+}
+
 TEST(Catalogs, ThatBelongToGardendHaveTheEnglishOfTheProgram) {
-    CLanguages languages(GARDEND_CATALOGS);
-    CLanguages none("");
+    const CLanguages languages(GARDEND_CATALOGS);
+    const CLanguages none("");
     for (unsigned set = 1; set <= 6; ++set) {
         for (unsigned number = 0; number <= 20; ++number) {
             const unsigned id = 1U << 24 | set << 16 | number;

@@ -18,6 +18,7 @@ import argparse
 import json
 import os
 import re
+import resource
 import select
 import shlex
 import shutil
@@ -28,6 +29,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -72,14 +74,8 @@ class Daemon:
         self.initial_descriptors = self.descriptors()
 
     def descriptors(self):
-        """How many there are, besides those of catalogs, which stay once they have been read."""
-        def is_catalog(path):
-            try:
-                return os.readlink(path).endswith("gardend.cat")
-            except FileNotFoundError:
-                return False
-        folder = "/proc/%d/fd/" % self.process.pid
-        return sum(not is_catalog(folder + name) for name in os.listdir(folder))
+        """How many there are."""
+        return len(os.listdir("/proc/%d/fd" % self.process.pid))
 
     def wait(self):
         try:
@@ -499,6 +495,48 @@ class Gardenctl(GardendTest):
         self.assertEqual((1, ""), (status, output))
         self.assertIn("no gardend", complaint)
 
+    def answered(self, answers):
+        """Runs gardenctl against a daemon that sends this, whatever it is asked."""
+        path = os.path.join(self.folder.name, "other")
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(path)
+            listener.listen()
+            listener.settimeout(DEADLINE)
+
+            def serve():
+                connection, _ = listener.accept()
+                with connection:
+                    connection.settimeout(DEADLINE)
+                    connection.recv(4096)
+                    connection.sendall(answers)
+
+            server = threading.Thread(target=serve)
+            server.start()
+            done = self.gardenctl("--lang", "en", "summary", control=path)
+            server.join()
+        os.remove(path)
+        return done
+
+    def test_looks_for_the_status_at_the_start_of_a_line(self):
+        for length in (510, 511, 512, 1022, 5000):
+            for look_alike in ("OK", "ERROR no"):
+                line = "x" * length + look_alike + "\n"
+                self.assertEqual((0, line, ""),
+                                 self.answered(b"en\nOK\n" + line.encode() + b"OK\n"))
+                self.assertEqual((0, "open\n", ""),
+                                 self.answered(line.encode() + b"OK\nopen\nOK\n"))
+
+    def test_prints_the_whole_of_a_complaint(self):
+        complaint = "x" * 5000 + "\n"
+        self.assertEqual((1, "", "gardenctl: " + complaint),
+                         self.answered(b"OK\nERROR " + complaint.encode()))
+
+    def test_misses_an_answer_without_a_status(self):
+        for answer, shown in ((b"", ""), (b"OK\n", ""), (b"OK\nopen\n", "open\n"),
+                              (b"OK\nOK", "OK")):
+            self.assertEqual((1, shown, "gardenctl: gardend did not answer\n"),
+                             self.answered(answer), answer)
+
     def test_answers_2_to_wrong_usage(self):
         for arguments in ((), ("water",), ("open",), ("open", "a", "b"), ("status", "now"),
                           ("--bad",), ("open", "lawn\nquit"), ("open", "x" * 200), ("",),
@@ -833,13 +871,18 @@ class Language(LanguageTest):
                          self.gardenctl("--lang", "de", "water", "everything"))
         status, _, complaint = self.gardenctl("--lang", "de", "status", control="nowhere")
         self.assertEqual((1, "gardenctl: kein gardend unter nowhere"), (status, complaint[:37]))
-        for language in ("", "d e", "de\n", "../de", "x" * 36, "é"):
-            self.assertEqual(2, self.gardenctl("--lang", language, "status")[0], language)
+        for language in ("", "d e", "de\n", "../de", "x" * 36, "é", "de,fr"):
+            self.assertEqual((2, "", "gardenctl: %s: neither a language nor a locale\n"
+                              "Try gardenctl --help.\n" % language),
+                             self.gardenctl("--lang", language, "status"), language)
+        self.assertEqual((2, "", "gardenctl: de,fr: weder eine Sprache noch eine Locale\n"
+                          "Siehe gardenctl --help.\n"),
+                         self.gardenctl("--lang", "de,fr", "status", environment={"LC_ALL": "de"}))
 
     def test_of_a_control_connection_stays_until_it_is_changed(self):
         self.assertEqual("ERROR no such zone\n"
                          "de\nOK\nERROR diese Zone gibt es nicht\n"
-                         "fr\nOK\nERROR cette zone n’existe pas\nERROR demande inconnue\n"
+                         "fr\nOK\nERROR cette zone n’existe pas\nERROR requête inconnue\n"
                          "en\nOK\nERROR no such zone\n",
                          self.ask(b"open ivy\n"
                                   b"language de-AT\nopen ivy\n"
@@ -888,11 +931,30 @@ class CatalogsElsewhere(Catalogs):
         self.assertEqual("de", self.page(b"de")[0])
         self.assertNotIn("no message catalog", self.daemon.read_log())
 
-    def test_are_loaded_when_they_are_asked_for(self):
-        os.remove(self.catalog("fr"))
-        self.assertEqual("en", self.page(b"fr")[0])
-        shutil.copy(self.original("fr"), self.catalog("fr"))
-        self.assertEqual("fr", self.page(b"fr")[0])
+    def test_are_found_by_gardenctl_where_the_option_says(self):
+        programs = os.path.join(self.folder.name, "programs")
+        os.mkdir(programs)
+        shutil.copy(os.path.join(PROGRAMS, "gardenctl"), programs)
+        pattern = os.path.join(self.folder.name, "texts ?1? 100%%/%s/gardend.cat")
+        self.assertEqual((2, "", "gardenctl: unbekannte Anfrage\nSiehe gardenctl --help.\n"),
+                         self.gardenctl("--lang", "de", "--texts", pattern, "water",
+                                        programs=programs))
+
+    def test_are_loaded_at_the_start(self):
+        shutil.rmtree(self.texts)
+        for language in ("en", "fr", "de"):
+            self.assertEqual(language, self.page(language.encode())[0])
+
+    def test_are_there_in_a_moment_without_descriptors(self):
+        with self.http() as client:
+            client.status(REQUEST)
+            pid = self.daemon.process.pid
+            limits = resource.prlimit(pid, resource.RLIMIT_NOFILE)
+            resource.prlimit(pid, resource.RLIMIT_NOFILE, (3, limits[1]))
+            language = client.send(request_in(b"de")).answer()[1]["content-language"]
+            resource.prlimit(pid, resource.RLIMIT_NOFILE, limits)
+        self.assertEqual("de", language)
+        self.assertEqual("de", self.page(b"de")[0])
 
 
 class CatalogsOfAProgram(GardendTest):
@@ -971,8 +1033,7 @@ class CatalogsThatAreChanged(Catalogs):
                              r"\A[a-z]{2}\nOK\nERROR [^\n]+\n[^\n]+\nOK\n\Z")
         with open(self.catalog("de"), "r+b") as file:
             file.truncate(0)
-        language, page = self.check_page(b"de")
-        self.assertEqual("en", language)
+        _, page = self.check_page(b"de")
         self.assertIn("<h1>The garden 🌱</h1>", page)
 
 
