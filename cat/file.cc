@@ -11,7 +11,6 @@
 // bytes; docs/catalog-format.md has an example.
 
 #include <fcntl.h>
-#include <stddef.h>
 #include <string.h>
 #include <unistd.h>
 

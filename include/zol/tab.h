@@ -158,6 +158,7 @@ class CTab {
     int append(const Bytes* values, int n) {
         static_assert(std::is_same<Bytes, T>::value && std::is_trivially_copyable<T>::value,
                       "others are appended one by one");
+        static_assert(alignof(T) <= 8, "see insert()");
         return xtab_insert(&m_table, &_def, -1, n, values);
     }
 

@@ -10,9 +10,24 @@
 #include "support/owned_str.h"
 
 using zol::CStr;
+using zol::CTab;
 using zol::cat::CCatalog;
 
 namespace {
+
+template <class T>
+void expectDescriptorOf(const char* what) {
+    EXPECT_EQ(sizeof(xtabh_s), CTab<T>::_def.headerSize) << what;
+    EXPECT_EQ(sizeof(T), CTab<T>::_def.elementSize) << what;
+    EXPECT_EQ(8U, CTab<T>::_def.growStep) << what;
+}
+
+TEST(CatalogTables, HaveTheDescriptorsOfTheirElements) {
+    expectDescriptorOf<zol::cat::CMessage>("messages");
+    expectDescriptorOf<zol::cat::CSet>("sets");
+    expectDescriptorOf<zol::cat::CFile>("files");
+    expectDescriptorOf<zol::cat::CInterCatalog::CInter>("languages");
+}
 
 class Catalog : public CatalogFiles {
   protected:

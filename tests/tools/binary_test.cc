@@ -5,20 +5,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/catalog_bytes.h"
 #include "texts.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-std::string number(size_t value, int width) {
-    std::string bytes;
-    for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
-        bytes += static_cast<char>(value >> shift);
-    }
-    return bytes;
-}
 
 // Texts with a bar for each zero byte.
 std::string zeros(std::string text) {
@@ -28,14 +21,19 @@ std::string zeros(std::string text) {
     return text;
 }
 
-std::string head(size_t setCount) {
-    return "#CATALOG" + number(12, 4) + number(3, 4) + number(1, 2) + zeros("a|") +
-           number(setCount, 4);
+// The head of a catalog 3 called "a".
+std::string head(uint32_t setCount) {
+    CatalogBytes catalog(3, "a", {});
+    catalog.setCount = setCount;
+    return catalog.bytes();
 }
 
 // A set called "b".
-std::string set(size_t id, const std::string& texts) {
-    return number(8 + texts.size(), 4) + number(id, 4) + number(1, 2) + zeros("b|") + zeros(texts);
+std::string set(uint32_t id, const std::string& texts) {
+    SetBytes set(id, "b", {});
+    set.texts = zeros(texts);
+    set.length += static_cast<uint32_t>(texts.size());
+    return set.bytes();
 }
 
 std::vector<std::string> problemsOf(const std::string& bytes) {
@@ -45,20 +43,20 @@ std::vector<std::string> problemsOf(const std::string& bytes) {
 // --- writing ---
 
 TEST(CatalogFile, IsWrittenByteForByte) {
-    EXPECT_EQ(zeros("#CATALOG") + number(17, 4) + number(7, 4) + number(6, 2) + zeros("garden|") +
-                  number(2, 4) +                                         //
-                  number(7 + 6 + 12, 4) + number(2, 4) + number(6, 2) +  //
+    EXPECT_EQ(zeros("#CATALOG") + bigEndian32(17) + bigEndian32(7) + bigEndian16(6) +
+                  zeros("garden|") + bigEndian32(2) +                          //
+                  bigEndian32(7 + 6 + 12) + bigEndian32(2) + bigEndian16(6) +  //
                   zeros("valves|"
                         "|open||shut|") +  //
-                  number(7 + 1, 4) +
-                  number(255, 4) + number(0, 2) + zeros("||"),  //
+                  bigEndian32(7 + 1) +
+                  bigEndian32(255) + bigEndian16(0) + zeros("||"),  //
               zolcat::writeCatalog(read("$catalog 7 garden\n$set 255\n0 \n$set 2\n$setname valves\n"
                                         "1 open\n3 shut\n")
                                        .catalog));
 }
 
 TEST(CatalogFile, MayHaveNoSets) {
-    EXPECT_EQ(number(0, 4), zolcat::writeCatalog(read("$catalog 7 a\n").catalog).substr(20));
+    EXPECT_EQ(bigEndian32(0), zolcat::writeCatalog(read("$catalog 7 a\n").catalog).substr(20));
 }
 
 TEST(CatalogFile, KeepsASetThatHasOnlyAName) {
@@ -109,14 +107,14 @@ TEST(ReadCatalogFile, RefusesAHeadThatDisagreesWithItsName) {
 }
 
 TEST(ReadCatalogFile, AcceptsTheLargestHead) {
-    EXPECT_THAT(problemsOf("#CATALOG" + number(75, 4) + number(255, 4) + number(64, 2) +
-                           std::string(64, 'n') + zeros("|") + number(0, 4)),
+    EXPECT_THAT(problemsOf("#CATALOG" + bigEndian32(75) + bigEndian32(255) + bigEndian16(64) +
+                           std::string(64, 'n') + zeros("|") + bigEndian32(0)),
                 IsEmpty());
 }
 
 TEST(ReadCatalogFile, SaysEverythingThatIsAboveALimitInTheHead) {
-    EXPECT_THAT(problemsOf("#CATALOG" + number(76, 4) + number(256, 4) + number(65, 2) +
-                           std::string(65, 'n') + zeros("|") + number(257, 4)),
+    EXPECT_THAT(problemsOf("#CATALOG" + bigEndian32(76) + bigEndian32(256) + bigEndian16(65) +
+                           std::string(65, 'n') + zeros("|") + bigEndian32(257)),
                 ElementsAre("a.cat:byte 8: the header length 76 is above 75: the file is refused",
                             "a.cat:byte 12: the catalog id 256 is above 255: the file is refused",
                             "a.cat:byte 16: the name length 65 is above 64: the file is refused",
@@ -125,7 +123,7 @@ TEST(ReadCatalogFile, SaysEverythingThatIsAboveALimitInTheHead) {
 
 TEST(ReadCatalogFile, Accepts256Sets) {
     std::string bytes = head(256);
-    for (size_t id = 0; id < 256; ++id) {
+    for (uint32_t id = 0; id < 256; ++id) {
         bytes += set(id, "x|");
     }
 
@@ -168,7 +166,7 @@ TEST(ReadCatalogFile, SaysThatASetComesAgain) {
 
 TEST(ReadCatalogFile, LosesASetWhoseLengthIsTooLarge) {
     // Where the length would lead cannot be seen here.
-    EXPECT_THAT(problemsOf(head(2) + set(1, "x|") + number(131071, 4) + number(0, 4)),
+    EXPECT_THAT(problemsOf(head(2) + set(1, "x|") + bigEndian32(131071) + bigEndian32(0)),
                 ElementsAre("a.cat:byte 38: the set length 131071 is above 131070: set 1, read "
                             "before, is lost, and the next one is looked for at byte 42"));
 }
@@ -192,9 +190,10 @@ TEST(ReadCatalogFile, AcceptsTheLargestLengthOfASet) {
 }
 
 TEST(ReadCatalogFile, LosesASetWhoseLengthIsTooSmall) {
-    EXPECT_THAT(problemsOf(head(1) + number(7, 4) + number(0, 4) + number(1, 2) + zeros("b|x|")),
-                ElementsAre("a.cat:byte 24: the set length is 7 where the name alone makes 8: the "
-                            "set is lost, and the next one is looked for at byte 36"));
+    EXPECT_THAT(
+        problemsOf(head(1) + bigEndian32(7) + bigEndian32(0) + bigEndian16(1) + zeros("b|x|")),
+        ElementsAre("a.cat:byte 24: the set length is 7 where the name alone makes 8: the "
+                    "set is lost, and the next one is looked for at byte 36"));
 }
 
 TEST(ReadCatalogFile, LosesASetWhoseIdIsTooLarge) {
@@ -206,7 +205,7 @@ TEST(ReadCatalogFile, LosesASetWhoseIdIsTooLarge) {
 TEST(ReadCatalogFile, LosesNoEarlierSetBehindOneWhoseIdIsTooLarge) {
     // A third set, of which not even the id is there, cannot be the first one.
     const zolcat::Reading reading = zolcat::readCatalogFile(
-        "a.cat", head(3) + set(1, "x|") + number(6, 4) + number(256, 4) + "ab");
+        "a.cat", head(3) + set(1, "x|") + bigEndian32(6) + bigEndian32(256) + "ab");
 
     EXPECT_THAT(printed(reading),
                 ElementsAre("a.cat:byte 42: the set id 256 is above 255: the set is lost, and the "
@@ -217,12 +216,12 @@ TEST(ReadCatalogFile, LosesNoEarlierSetBehindOneWhoseIdIsTooLarge) {
 
 TEST(ReadCatalogFile, LosesASetWhoseNameIsTooLong) {
     const std::string name(65, 'n');
-    EXPECT_THAT(
-        problemsOf(head(1) + number(72, 4) + number(1, 4) + number(65, 2) + name + zeros("|")),
-        ElementsAre("a.cat:byte 32: the name length 65 is above 64: the set is lost, and "
-                    "the next one is looked for at byte 34"));
-    EXPECT_THAT(problemsOf(head(1) + number(71, 4) + number(1, 4) + number(64, 2) + name.substr(1) +
+    EXPECT_THAT(problemsOf(head(1) + bigEndian32(72) + bigEndian32(1) + bigEndian16(65) + name +
                            zeros("|")),
+                ElementsAre("a.cat:byte 32: the name length 65 is above 64: the set is lost, and "
+                            "the next one is looked for at byte 34"));
+    EXPECT_THAT(problemsOf(head(1) + bigEndian32(71) + bigEndian32(1) + bigEndian16(64) +
+                           name.substr(1) + zeros("|")),
                 IsEmpty());
 }
 

@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <string_view>
 
+#include "ascii.h"
 #include "printable.h"
 
 namespace zolcat {
@@ -14,18 +15,6 @@ namespace zolcat {
 namespace {
 
 constexpr size_t kMaxCommentLength = 60;  // characters of a text that are shown
-
-bool isUpper(char c) {
-    return c >= 'A' && c <= 'Z';
-}
-
-bool isLower(char c) {
-    return c >= 'a' && c <= 'z';
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 // The beginning of a text, as it may stand in a comment.
 std::string comment(std::string_view text) {
@@ -60,13 +49,9 @@ std::string hexadecimal(uint32_t value) {
 }  // namespace
 
 bool isPrefix(const std::string& text) {
-    const bool isIdentifier =
-        !text.empty() && !isDigit(text[0]) && std::all_of(text.begin(), text.end(), [](char c) {
-            return isUpper(c) || isLower(c) || isDigit(c) || c == '_';
-        });
     const std::string constant = text + "_";
     const bool isReserved = constant[0] == '_' && (constant[1] == '_' || isUpper(constant[1]));
-    return isIdentifier && !isReserved;
+    return isIdentifier(text) && !isReserved;
 }
 
 std::string defaultPrefix(const std::string& name) {

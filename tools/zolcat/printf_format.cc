@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <stddef.h>
 
+#include "ascii.h"
+
 namespace zolcat {
 
 namespace {
@@ -13,10 +15,6 @@ constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kTakeABlank = "diaAeEfFgG";
 constexpr size_t kMaxPosition = 99;
 constexpr char kUnknown[] = "printf() does not know";
-
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
 
 // What a conversion asks for.
 struct Argument {

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "ascii.h"
+
 namespace zolcat {
 
 namespace {
@@ -18,22 +20,8 @@ bool isBlank(char c) {
     return c == ' ' || c == '\t';
 }
 
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 bool isOctalDigit(char c) {
     return c >= '0' && c <= '7';
-}
-
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isIdentifier(std::string_view text) {
-    return !text.empty() && !isDigit(text[0]) && std::all_of(text.begin(), text.end(), [](char c) {
-        return isLetter(c) || isDigit(c) || c == '_';
-    });
 }
 
 std::string_view trimmed(std::string_view text) {
