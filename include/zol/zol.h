@@ -14,6 +14,8 @@
 #include "zol/export.h"
 #include "zol/list.h"
 #include "zol/log.h"
+#include "zol/plugin.h"
+#include "zol/process.h"
 #include "zol/sbuf.h"
 #include "zol/sched.h"
 #include "zol/server.h"

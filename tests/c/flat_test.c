@@ -122,6 +122,14 @@ static void catalogs(void) {
     xcat_close(NULL);
 }
 
+int symbol_of_the_program = 7;
+
+static void libraries(void) {
+    CHECK(xlib_get_symbol("xlib_get_symbol") != NULL);
+    CHECK(xlib_get_symbol("symbol_of_the_program") == &symbol_of_the_program);
+    CHECK(xlib_get_symbol("no_such_symbol") == NULL);
+}
+
 int main(void) {
     strings();
     containers();
@@ -129,6 +137,7 @@ int main(void) {
     loop();
     sockets();
     catalogs();
+    libraries();
     if (failures == 0) {
         puts("all passed");
     }

@@ -10,5 +10,12 @@ const char* __lsan_default_suppressions() {
     return "leak:zol::CScheduleHandler::addSchedule\n"
            // The timer of a scheduler that is destroyed while it runs: its owner has not stopped
            // it.
-           "leak:destroyWhileRunning\n";
+           "leak:destroyWhileRunning\n"
+           // The lists that an exception passes on its way out of a dependency or of a match: see
+           // CPlugIns.
+           "leak:zol::CPlugIns::addDependencies\n"
+           "leak:zol::CPlugIns::addPatterns\n"
+           // The loader's own list of libraries: not seen to be the loader's where the program
+           // defines malloc().
+           "leak:ld-linux\n";
 }

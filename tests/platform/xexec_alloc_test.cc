@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+// Exhausted memory. This program defines the allocation functions.
+
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "evlp/evlp.h"
+#include "xexec/xexec.h"
+
+#include "support/alloc_faults.h"
+
+namespace {
+
+evlp_thread_str* theLoop() {
+    static evlp_thread_str* const loop = evlp_openThreadInt("xexec", 0, 0, 16, 0, 255, 0);
+    return loop;
+}
+
+void onEnded(void* status, int, int told) {
+    *static_cast<int*>(status) = told;
+    evlp_stopThread(theLoop());
+}
+
+bool hasChildren() {
+    siginfo_t info = {};
+    return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+/** Starts a child; where there is memory for that, it runs and its end is told. */
+void startAndEnd(int delay, int flags, const char* user) {
+    int status = -1;
+    xexec_s record = {};
+    record.fn = onEnded;
+    record.context = &status;
+    record.loop = theLoop();
+    strcpy(record.user, user);
+    char name[] = "sh";
+    char option[] = "-c";
+    char line[] = "exit 3";
+    char* const argv[] = {name, option, line, nullptr};
+    const int result = xexec_with_delay(&record, argv, delay, flags);
+    if (result == -1) {
+        EXPECT_EQ(ENOMEM, errno);
+        EXPECT_EQ(0, record.pid);
+    } else if ((flags & XEXEC_WAIT) != 0) {
+        EXPECT_EQ(3 << 8, result);
+    } else {
+        evlp_startThread(theLoop());
+        EXPECT_EQ(3 << 8, status);
+    }
+    EXPECT_FALSE(hasChildren());
+}
+
+TEST(XexecOutOfMemory, NothingIsStartedOrLost) {
+    forEachFailingAllocation([] { startAndEnd(0, XEXEC_PLAIN, ""); });
+}
+
+TEST(XexecOutOfMemory, NothingIsStartedOrLostAsAUser) {
+    // Oneself, so that no privilege is needed; what the C library keeps of its own is made before.
+    const passwd* const self = getpwuid(geteuid());
+    char name[32] = "";
+    snprintf(name, sizeof name, "%s", self->pw_name);
+    startAndEnd(0, XEXEC_WAIT, name);
+
+    forEachFailingAllocation([&] {
+        xexec_s record = {};
+        strcpy(record.user, name);
+        const int result = xexec_cmd(&record, "exit 3", XEXEC_WAIT);
+        EXPECT_TRUE(result == 3 << 8 || result == -1);
+        EXPECT_FALSE(hasChildren());
+    });
+}
+
+}  // namespace
