@@ -15,7 +15,7 @@ import subprocess
 import sys
 
 PEERS = ["zol", "zol_own", "evlp", "limit", "std", "libevent", "libevent_exact", "libuv", "glib",
-         "gettext", "catgets"]
+         "gettext", "catgets", "posix_spawn"]
 
 # What some programs count besides.
 COUNTS = {"system_calls": "system calls", "dirty": "bytes dirty", "mapped": "bytes mapped"}
@@ -31,6 +31,7 @@ PROGRAMS = [
     ("tab_bench", "Tables", "/(16384|65536)"),
     ("list_bench", "Lists", "/10000"),
     ("cat_bench", "Message catalogs", "/none"),
+    ("process_bench", "Child processes", "/none"),
 ]
 BURST = ("burst_bench", "Bursts of connections", "/(32|256)")
 
@@ -107,7 +108,9 @@ def tabulate(measurements):
             continue
         operations = measurement["operations"]
         kinds = {subject: "cpu_time"}
-        if "/real_time" in measurement["run_name"]:
+        if "/manual_time" in measurement["run_name"]:
+            kinds = {subject: "real_time"}
+        elif "/real_time" in measurement["run_name"]:
             kinds = {subject: "real_time", subject + ", server": "cpu_time"}
         for kind, field in kinds.items():
             row = rows.setdefault((kind, int(size)), Row())

@@ -141,8 +141,8 @@ class ZOL_API CProcess {
     /**
      * As above, for a line that is formatted first.
      *
-     * What will bite: the line is cut to 499 bytes. And a literal 0 for `flags` can be a null record
-     * as well: write XEXEC_PLAIN.
+     * What will bite: the line is cut to 499 bytes. And a literal 0 for `flags` can be a null
+     * record as well: write XEXEC_PLAIN.
      */
     static int runCommand(int flags, const char* format, ...) ZOL_PRINTF(2, 3);
 
