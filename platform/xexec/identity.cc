@@ -37,6 +37,7 @@ class Lookup {
             if (m_texts == nullptr) {
                 return ENOMEM;
             }
+            // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): freed by the destructor
             error = function(name, &m_entry, m_texts, size, &found);
         }
         // A few systems answer "not found" with an error.
