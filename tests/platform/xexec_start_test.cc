@@ -375,6 +375,21 @@ TEST_F(XexecStart, OnlyTheStandardDescriptorsAreInherited) {
     close(high);
 }
 
+TEST_F(XexecStart, DescriptorsNextToTheServicesOwnAreNotInheritedEither) {
+    int fds[8];
+    for (int& fd : fds) {
+        fd = dup(0);
+    }
+    close(fds[3]);  // room for a pipe in the midst of them
+    close(fds[4]);
+
+    EXPECT_THAT(probe(), ContainsRegex("descriptors 0(=null)? 1(=null)? 2(=null)?\n"));
+
+    for (const int i : {0, 1, 2, 5, 6, 7}) {
+        close(fds[i]);
+    }
+}
+
 TEST_F(XexecStart, DescriptorsAboveTheOldLimitOfSelectAreNotInheritedEither) {
     rlimit before = {};
     getrlimit(RLIMIT_NOFILE, &before);
@@ -485,6 +500,34 @@ TEST_F(XexecStart, StandardDescriptorsThatAreClosedStayClosed) {
     EXPECT_EQ(ENOENT, badError);
 }
 
+TEST_F(XexecStart, WhicheverStandardDescriptorsAreClosedABadProgramIsKnownAtOnce) {
+    constexpr int kNull = XEXEC_NULL_INPUT | XEXEC_NULL_OUTPUT | XEXEC_NULL_ERRORS;
+    for (int closed = 1; closed < 8; ++closed) {
+        int saved[3];
+        for (int fd = 0; fd < 3; ++fd) {
+            saved[fd] = fcntl(fd, F_DUPFD_CLOEXEC, 50);
+        }
+        for (int fd = 0; fd < 3; ++fd) {
+            if ((closed >> fd & 1) != 0) {
+                close(fd);
+            }
+        }
+
+        xexec_s record = {};
+        char* const argv[] = {const_cast<char*>("program"), nullptr};
+        const int result =
+            xexecve_cmd_with_delay(&record, "/no/such/program", argv, 0, XEXEC_WAIT | kNull);
+        const int error = errno;
+
+        for (int fd = 0; fd < 3; ++fd) {
+            dup2(saved[fd], fd);
+            close(saved[fd]);
+        }
+        EXPECT_EQ(-1, result) << closed;
+        EXPECT_EQ(ENOENT, error) << closed;
+    }
+}
+
 TEST_F(XexecStart, SignalsAreUnblockedAndHaveTheirDefaultActions) {
     sigset_t blocked;
     sigset_t before;
@@ -525,6 +568,26 @@ TEST_F(XexecStart, WaitingAnswersTheWaitStatus) {
     runReady();
     EXPECT_TRUE(process.ends.empty());
     EXPECT_FALSE(hasChildren());
+}
+
+int answersOfHandler = -1;
+
+TEST_F(XexecStart, WaitingGoesOnAfterASignal) {
+    Process process(loop);
+    const std::string fifo = dir.file("fifo");
+    ASSERT_EQ(0, mkfifo(fifo.c_str(), 0600));
+    answersOfHandler = open(fifo.c_str(), O_RDWR | O_CLOEXEC);
+    struct sigaction action = {};  // interrupts calls
+    action.sa_handler = [](int) { (void)!write(answersOfHandler, "\n", 1); };
+    struct sigaction before = {};
+    sigaction(SIGALRM, &action, &before);
+
+    const int status =
+        process.cmd(("kill -ALRM $PPID; read line <" + fifo + "; exit 3").c_str(), XEXEC_WAIT);
+
+    sigaction(SIGALRM, &before, nullptr);
+    close(answersOfHandler);
+    EXPECT_EQ(exited(3), status);
 }
 
 // --- without a loop ---

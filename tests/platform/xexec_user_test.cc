@@ -179,6 +179,100 @@ TEST_F(XexecUserAsRoot, AProgramThatTheUserMayNotExecuteIsNotStarted) {
     EXPECT_FALSE(hasChildren());
 }
 
+// --- who the parent is already ---
+
+/** Groups that every user is a member of. */
+class UserGroups {
+  public:
+    explicit UserGroups(const std::vector<gid_t>& groups) {
+        std::copy(groups.begin(), groups.end(), xexecCalls->groups);
+        xexecCalls->groupCount = static_cast<int>(groups.size());
+    }
+    ~UserGroups() { xexecCalls->groupCount = 0; }
+    UserGroups(const UserGroups&) = delete;
+    UserGroups& operator=(const UserGroups&) = delete;
+};
+
+class XexecUserAlready : public XexecUserAsRoot {
+  protected:
+    /** Whether root, made different by `change`, can start a child as root without changing again.
+     */
+    static bool isRootAlready(const std::function<int()>& change) {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            const RefusedCall refused(kSetGroups, EPERM);
+            Process process(nullptr);
+            become(process, "root", "");
+            const bool changed = change() == 0;
+            const int result = process.cmd("true", XEXEC_WAIT);
+            _exit(!changed || (result == -1 && errno != EPERM) ? 99 : result == 0 ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(pid, &status, 0);
+        EXPECT_NE(99 << 8, status);
+        return status == 0;
+    }
+
+    const UserGroups m_userGroups{{0, 10, 11}};
+};
+
+TEST_F(XexecUserAlready, NothingIsChangedWhereNothingDiffers) {
+    EXPECT_TRUE(isRootAlready([] {
+        const gid_t groups[] = {11, 10, 0};
+        return setgroups(3, groups);
+    }));
+    EXPECT_TRUE(isRootAlready([] {
+        const gid_t groups[] = {10, 11};  // the user's group counts in any case
+        return setgroups(2, groups);
+    }));
+}
+
+TEST_F(XexecUserAlready, OneGroupTooManyOrTooFewDiffers) {
+    EXPECT_FALSE(isRootAlready([] {
+        const gid_t groups[] = {0, 10, 11, 12};
+        return setgroups(4, groups);
+    }));
+    EXPECT_FALSE(isRootAlready([] {
+        const gid_t groups[] = {0, 10};
+        return setgroups(2, groups);
+    }));
+    EXPECT_FALSE(isRootAlready([] {
+        const gid_t groups[] = {0, 10, 12};
+        return setgroups(3, groups);
+    }));
+    EXPECT_FALSE(isRootAlready([] { return setgroups(0, nullptr); }));
+}
+
+TEST_F(XexecUserAlready, EachOfTheThreeIdentifiersOfUserAndGroupCounts) {
+    const auto setIds = [&](uid_t user, uid_t effective, uid_t saved, gid_t group, gid_t egroup,
+                            gid_t sgroup) {
+        return isRootAlready([=] {
+            const gid_t groups[] = {10, 11};
+            return setgroups(2, groups) | setresgid(group, egroup, sgroup) |
+                   setresuid(user, effective, saved);
+        });
+    };
+    EXPECT_TRUE(setIds(0, 0, 0, 0, 0, 0));
+    EXPECT_FALSE(setIds(7, 0, 0, 0, 0, 0));
+    EXPECT_FALSE(setIds(0, 7, 0, 0, 0, 0));
+    EXPECT_FALSE(setIds(0, 0, 7, 0, 0, 0));
+    EXPECT_FALSE(setIds(0, 0, 0, 7, 0, 0));
+    EXPECT_FALSE(setIds(0, 0, 0, 0, 7, 0));
+    EXPECT_FALSE(setIds(0, 0, 0, 0, 0, 7));
+}
+
+TEST_F(XexecUserAsRoot, AllOfManyGroupsAreHadByTheChild) {
+    std::vector<gid_t> many;
+    std::string expected = "\ngroups";
+    for (gid_t group = 1000; group < 1060; ++group) {
+        many.push_back(group);
+        expected += " " + std::to_string(group);
+    }
+    const UserGroups userGroups(many);
+
+    EXPECT_THAT(probe("nobody", ""), HasSubstr(expected + "\n"));
+}
+
 // --- refused ---
 
 TEST_F(XexecUser, AUserOrGroupThatDoesNotExistIsRefused) {

@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <errno.h>
+#include <grp.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <sys/mman.h>
@@ -57,6 +58,19 @@ int sigaction(int signum, const struct sigaction* action, struct sigaction* form
         return -1;
     }
     return function(signum, action, former);
+}
+
+int getgrouplist(const char* user, gid_t group, gid_t* groups, int* count) {
+    static auto* const function = real<int(const char*, gid_t, gid_t*, int*)>("getgrouplist");
+    if (xexecCalls->groupCount == 0) {
+        return function(user, group, groups, count);
+    }
+    const int room = *count;
+    *count = xexecCalls->groupCount;
+    for (int i = 0; i < room && i < *count; ++i) {
+        groups[i] = xexecCalls->groups[i];
+    }
+    return *count <= room ? *count : -1;
 }
 
 int clock_nanosleep(clockid_t clock, int, const timespec* time, timespec* left) {

@@ -3,6 +3,7 @@
 #ifndef SUPPORT_XEXEC_CALLS_H
 #define SUPPORT_XEXEC_CALLS_H
 
+#include <sys/types.h>
 #include <time.h>
 
 /**
@@ -17,6 +18,10 @@ struct XexecCalls {
         int error;  // 0: this place is free
         int times;  // -1: always
     } refusals[3];
+
+    // The groups of any user, in the place of the system's; of none: the system's.
+    int groupCount;
+    gid_t groups[64];
 
     int actionError;  // sigaction(2) for SIGCHLD with a handler
 
