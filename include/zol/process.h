@@ -62,7 +62,8 @@ class ZOL_API CProcess {
   public:
     /**
      * @param handler  not owned; may be null
-     * @param thread   the loop on which the end of a child is told; must live longer
+     * @param thread   the loop on which the end of a child is told; must live longer. With null the
+     *                 bundled service starts nothing but with XEXEC_WAIT
      * @param setting  for the service; with the bundled one the priority of that call, 0 (first)
      *                 to 255 (last)
      */
@@ -105,8 +106,8 @@ class ZOL_API CProcess {
     // --- whom children run as, from the next start on ---
 
     /**
-     * @param name  null and "" change nothing. What will bite: no more than 31 bytes of it count;
-     *              where that is the name of another user, it is that user
+     * @param name  null and "" change nothing: a name cannot be taken back. What will bite: no more
+     * than 31 bytes of it count; where that is the name of another user, it is that user
      */
     void setUser(const char* name);
 
@@ -135,7 +136,8 @@ class ZOL_API CProcess {
 
     // --- commands without an object; they have no thread that they belong to ---
 
-    /** Runs a command line as nobody's child. @return of the service's xexec_cmd() */
+    /** Runs a command line as nobody's child; with XEXEC_WAIT until it has ended. @return of the
+     *  service's xexec_cmd() */
     static int runCommand(const char* command, int flags);
 
     /**

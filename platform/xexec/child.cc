@@ -10,6 +10,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
@@ -18,11 +19,14 @@
 
 // The road of a child from its making to the program that it is to become.
 //
-// It runs in the parent's memory, while the parent's thread stands still: whatever is written is
-// written there. So only what is safe in a signal handler is called, and of the parent's memory
-// nothing is changed but errno, the plan, and a stack that is there for that. (vfork(2) itself
-// lends the parent's stack; that works once, but a child can make no other child with it when the
-// memory checkers of the compilers are in between.)
+// Mostly it runs in the parent's memory, while the parent's thread stands still: whatever is
+// written is written there. So only what is safe in a signal handler is called, and of the parent's
+// memory nothing is changed but errno, the plan, and a stack that is there for that. (vfork(2)
+// itself lends the parent's stack; that works once, but a child can make no other child with it
+// when the memory checkers of the compilers are in between.)
+//
+// Memory is copied instead for a child that is somebody else, who must not get at the memory of the
+// parent; and for one that waits, as the parent goes on.
 
 namespace xexec {
 
@@ -47,8 +51,8 @@ constexpr long kSetGroups = SYS_setgroups;
 
 constexpr int kCannotExecute = 127;  // what a shell exits with
 
-// Bytes for the calls of a child, ours and those of the C library: less than a quarter is needed.
-constexpr int kStackSize = 16384;
+// Bytes for the calls of a child, ours and those of the C library, which need less than a quarter.
+constexpr int kStackSize = 8192;
 
 // --- descriptors ---
 
@@ -61,24 +65,24 @@ struct DirectoryEntry {
     char name[1];
 };
 
-// One by one, for kernels before Linux 5.9. The kernel goes through them by number, so that closing
-// some meanwhile does no harm.
-int closeListed(int kept) {
+// Closes descriptors one by one, but not 0, 1, 2 and `kept`: all, or those that are to be closed on
+// exec. The kernel lists them by number, so that closing some meanwhile does no harm.
+int closeListed(int kept, bool all) {
     const int folder = open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) {
         return ENOSYS;  // ENOENT would mean the program
     }
-    alignas(DirectoryEntry) char entries[1024];
+    char entries[1024];
     long size = 0;
     while ((size = syscall(SYS_getdents64, folder, entries, sizeof entries)) > 0) {
-        for (long at = 0; at < size;) {
-            const DirectoryEntry* const entry =
-                reinterpret_cast<const DirectoryEntry*>(entries + at);
-            const int fd = atoi(entries + at + offsetof(DirectoryEntry, name));  // 0: "." and ".."
-            if (fd > STDERR_FILENO && fd != folder && fd != kept) {
+        uint16_t entrySize = 0;
+        for (long at = 0; at < size; at += entrySize) {
+            memcpy(&entrySize, entries + at + offsetof(DirectoryEntry, size), sizeof entrySize);
+            const int fd = atoi(entries + at + offsetof(DirectoryEntry, name));  // "." and "..": 0
+            if (fd > STDERR_FILENO && fd != folder && fd != kept &&
+                (all || (fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0)) {
                 (void)close(fd);
             }
-            at += entry->size;
         }
     }
     (void)close(folder);
@@ -89,7 +93,7 @@ int closeListed(int kept) {
 int closeOthers(int kept) {
     const bool closed = (kept == 3 || syscall(kCloseRange, 3, kept - 1, 0) == 0) &&
                         syscall(kCloseRange, kept + 1, UINT_MAX, 0) == 0;
-    return closed ? 0 : closeListed(kept);
+    return closed ? 0 : closeListed(kept, true);
 }
 
 int openNull(int fd, int mode) {
@@ -154,11 +158,19 @@ int assume(const Identity& identity) {
 
 // --- the road ---
 
-// What may fail, as far as a go-between has to have it, too.
+int closeDescriptors(const Plan& plan) {
+    if ((plan.flags & XEXEC_KEEP_DESCRIPTORS) == 0) {
+        return closeOthers(plan.reports);
+    }
+    // What goes on exec goes before a delay: others may wait for it to be closed.
+    return plan.delay > 0 ? closeListed(plan.reports, false) : 0;
+}
+
+// What may fail, as far as a go-between has to have it, too. Closing makes room for the rest.
 int prepare(const Plan& plan) {
-    int error = redirect(plan.flags);
-    if (error == 0 && (plan.flags & XEXEC_KEEP_DESCRIPTORS) == 0) {
-        error = closeOthers(plan.reports);
+    int error = closeDescriptors(plan);
+    if (error == 0) {
+        error = redirect(plan.flags);
     }
     return error != 0 ? error : assume(plan.identity);
 }
@@ -169,28 +181,40 @@ void waitFor(int milliseconds) {
     }
 }
 
+void report(const Plan& plan, int error) {
+    const Report sent = {getpid(), error};
+    (void)write(plan.reports, &sent, sizeof sent);
+}
+
 int execute(void* argument) {
     const Plan& plan = *static_cast<const Plan*>(argument);
     if ((plan.flags & XEXEC_NEW_SESSION) != 0) {
         (void)setsid();  // cannot fail: a new process leads no group
     }
     resetSignals();
-    report(plan, getpid(), 0);
+    report(plan, 0);
     if (plan.delay > 0) {
-        (void)close(plan.reports);  // nobody listens any more
+        (void)close(plan.reports);  // the parent goes on
         waitFor(plan.delay);
     }
     (void)execve(plan.path, plan.argv, plan.environment);
     if (plan.delay <= 0) {
-        report(plan, getpid(), errno);
+        report(plan, errno);
     }
     _exit(kCannotExecute);
+}
+
+int sharing(const Plan& plan) {
+    if (plan.delay > 0) {
+        return 0;
+    }
+    return plan.identity.differs ? CLONE_VFORK : CLONE_VM | CLONE_VFORK;
 }
 
 template <int size>
 pid_t makeOnStack(int (*road)(void*), Plan& plan) {
     alignas(16) char stack[size];  // grows down
-    return clone(road, stack + sizeof stack, CLONE_VM | CLONE_VFORK | SIGCHLD, &plan);
+    return clone(road, stack + sizeof stack, sharing(plan) | SIGCHLD, &plan);
 }
 
 int prepareAndExecute(void* argument) {
@@ -204,7 +228,7 @@ int prepareAndExecute(void* argument) {
         error = makeOnStack<kStackSize>(execute, plan) < 0 ? errno : 0;
     }
     if (error != 0) {
-        report(plan, getpid(), error);
+        report(plan, error);
     }
     _exit(error == 0 ? 0 : kCannotExecute);
 }
@@ -217,11 +241,6 @@ pid_t makeProcess(Plan& plan) {
         (void)waitForEnd(pid);
     }
     return pid;
-}
-
-void report(const Plan& plan, int pid, int error) {
-    const Report sent = {pid, error};
-    (void)write(plan.reports, &sent, sizeof sent);
 }
 
 }  // namespace xexec

@@ -20,8 +20,8 @@ struct Plan {
     /** Where the child reports; 3 or more. A pipe holds all its reports without being read. */
     int reports;
 
-    /** Set by the child: it runs in the memory of its parent. Emulators of processors and memory
-     *  checkers copy the memory instead, and do not let the parent wait. */
+    /** Set by the child, for its parent to see where they share memory. Emulators of processors
+     *  copy the memory all the same, and do not let the parent wait. */
     volatile bool sharesMemory;
 };
 
@@ -32,15 +32,14 @@ struct Report {
 };
 
 /**
- * Makes a process as vfork(2) does: without copying memory, and the calling thread stands still
- * until the process has become the program, or has ended. Signals have to be blocked.
+ * Makes a process, on a stack of its own. Without a delay the calling thread stands still until the
+ * process has become the program, or has ended, as with vfork(2). Signals and cancellation have to
+ * be off.
  *
  * @return the child; or, where it is to be an orphan, what has made it and has ended; -1, with
  * errno
  */
 pid_t makeProcess(Plan& plan);
-
-void report(const Plan& plan, int pid, int error);
 
 }  // namespace xexec
 

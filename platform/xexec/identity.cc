@@ -4,6 +4,7 @@
 
 #include <errno.h>
 #include <grp.h>
+#include <limits.h>
 #include <pwd.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -79,6 +80,9 @@ int findGroups(const char* user, Identity& identity) {
         if (getgrouplist(user, identity.group, groups, &identity.groupCount) >= 0) {
             return 0;
         }
+        if (room > NGROUPS_MAX) {
+            return ENOMEM;  // it is something else that is wrong
+        }
         room = identity.groupCount > room ? identity.groupCount : 2 * room;
     }
 }
@@ -103,6 +107,9 @@ bool areAmong(const gid_t* some, int count, const gid_t* others, int otherCount,
 // memory
 int hasGroups(const Identity& identity) {
     const int count = getgroups(0, nullptr);
+    if (count < 0) {
+        return 0;
+    }
     gid_t* const groups =
         static_cast<gid_t*>(malloc((static_cast<size_t>(count) + 1) * sizeof *groups));
     if (groups == nullptr) {

@@ -18,8 +18,8 @@
 #include "child.h"
 #include "reap.h"
 
-// How a child is started. Everything that can be found out or allocated before there is a child is;
-// so that only the kernel can refuse what comes after.
+// How a child is started. Everything that can be found out before there is a child is; so that
+// little is left that can fail afterwards.
 //
 // Without a delay the calling thread makes the child, and stands still until it has become the
 // program. With one, a thread does that for it, and stands still until the delay is over; the
@@ -79,22 +79,20 @@ class ReportPipe {
 
     void closeIn() { closeEnd(m_in); }
 
-    /** Gives the child's end up. @return it, to be closed by the caller */
-    int releaseIn() {
-        const int in = m_in;
-        m_in = -1;
-        return in;
-    }
-
-    /** @return false when there is no report, and, having waited, when there never will be one */
-    bool read(Report& report, bool wait) {
+    /**
+     * @param patience  milliseconds to wait for a report; -1: for as long as there may be one
+     * @return          false when there is none
+     */
+    bool read(Report& report, int patience) {
         for (;;) {
             const ssize_t size = ::read(m_out, &report, sizeof report);
-            if (size >= 0 || errno != EAGAIN || !wait) {
+            if (size >= 0 || errno != EAGAIN) {
                 return size == static_cast<ssize_t>(sizeof report);
             }
             pollfd readable = {m_out, POLLIN, 0};
-            (void)poll(&readable, 1, -1);
+            if (poll(&readable, 1, patience) == 0) {
+                return false;
+            }
         }
     }
 
@@ -112,7 +110,20 @@ class ReportPipe {
 
 // --- making a process ---
 
-/** No signal comes to the calling thread, nor to those that it makes, as long as this lives. */
+/** The calling thread cannot be cancelled as long as this lives: nothing is left half done, and a
+ *  child in the same memory would take the cancellation for its own. */
+class NotCancelled {
+  public:
+    NotCancelled() { (void)pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
+    ~NotCancelled() { (void)pthread_setcancelstate(m_before, nullptr); }
+    NotCancelled(const NotCancelled&) = delete;
+    NotCancelled& operator=(const NotCancelled&) = delete;
+
+  private:
+    int m_before;
+};
+
+/** No signal comes to the calling thread as long as this lives. */
 class BlockedSignals {
   public:
     BlockedSignals() {
@@ -128,109 +139,18 @@ class BlockedSignals {
     sigset_t m_before;
 };
 
-// @return what the child had to say last: whether it is the program now
-Report startNow(Plan& plan, ReportPipe& reports) {
+// @return what the child had to say last: whether it is the program, or waits to become it
+Report startPlan(Plan& plan, ReportPipe& reports) {
     const pid_t pid = makeProcess(plan);
     Report last = {pid, pid < 0 ? errno : ECHILD};  // unless the child says otherwise
     reports.closeIn();
-    while (reports.read(last, !plan.sharesMemory)) {
+    // Where we stood still, all reports are there. Else they come, and the pipe ends behind the
+    // last one; unless another thread has just forked with it open.
+    int patience = plan.sharesMemory ? 0 : -1;
+    while (reports.read(last, patience)) {
+        patience = plan.sharesMemory ? 0 : 1000;
     }
     return last;
-}
-
-// --- with a delay ---
-
-/** A plan with strings of its own: the caller's may be gone when the delay is over. */
-struct OwnPlan {
-    Plan plan;
-    char* path;
-    char** argv;
-    char** environment;
-};
-
-void deletePlan(OwnPlan* own) {
-    free(own->path);
-    free(own->argv);
-    free(own->environment);
-    free(own->plan.identity.groups);
-    free(own);
-}
-
-// @return the words with their vector, in one block; null without memory
-char** copyWords(char* const* words) {
-    size_t count = 0;
-    size_t bytes = 0;
-    while (words[count] != nullptr) {
-        bytes += strlen(words[count++]) + 1;
-    }
-    char** const copy = static_cast<char**>(malloc((count + 1) * sizeof *copy + bytes));
-    if (copy == nullptr) {
-        return nullptr;
-    }
-    char* text = reinterpret_cast<char*>(copy + count + 1);
-    for (size_t i = 0; i < count; ++i) {
-        copy[i] = text;
-        text = stpcpy(text, words[i]) + 1;
-    }
-    copy[count] = nullptr;
-    return copy;
-}
-
-// @return a copy, which takes over the plan's identity; null without memory
-OwnPlan* copyPlan(Plan& plan) {
-    OwnPlan* const own = static_cast<OwnPlan*>(calloc(1, sizeof(OwnPlan)));
-    if (own == nullptr) {
-        return nullptr;
-    }
-    own->path = strdup(plan.path);
-    own->argv = copyWords(plan.argv);
-    own->environment = copyWords(plan.environment);
-    if (own->path == nullptr || own->argv == nullptr || own->environment == nullptr) {
-        deletePlan(own);
-        return nullptr;
-    }
-    memcpy(static_cast<void*>(&own->plan), static_cast<const void*>(&plan), sizeof plan);
-    own->plan.path = own->path;
-    own->plan.argv = own->argv;
-    own->plan.environment = own->environment;
-    plan.identity.groups = nullptr;
-    return own;
-}
-
-// The thread that stands still in the caller's place.
-void* makeDelayed(void* taken) {
-    OwnPlan* const own = static_cast<OwnPlan*>(taken);
-    const pid_t pid = makeProcess(own->plan);
-    if (pid < 0 || own->plan.sharesMemory) {
-        // For the case that the child could not report: the caller takes the first one.
-        report(own->plan, pid, pid < 0 ? errno : ECHILD);
-    }
-    (void)close(own->plan.reports);
-    deletePlan(own);
-    return nullptr;
-}
-
-// @return what the child had to say first: whether it waits
-Report startLater(Plan& plan, ReportPipe& reports) {
-    OwnPlan* const own = copyPlan(plan);
-    if (own == nullptr) {
-        return {-1, ENOMEM};
-    }
-    pthread_t thread;
-    pthread_attr_t attributes;
-    (void)pthread_attr_init(&attributes);
-    (void)pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    (void)pthread_attr_setstacksize(&attributes, size_t{64} * 1024);
-    const int error = pthread_create(&thread, &attributes, makeDelayed, own);
-    (void)pthread_attr_destroy(&attributes);
-    if (error != 0) {
-        deletePlan(own);
-        return {-1, error};
-    }
-    (void)reports.releaseIn();
-    Report first = {-1, ECHILD};
-    (void)reports.read(first, true);
-    return first;
 }
 
 // --- what is started ---
@@ -273,9 +193,8 @@ int launch(const xexec_s& record, Plan& plan, pid_t& pid) {
     if (error == 0) {
         plan.environment = environ;
         plan.reports = reports.getIn();
-        const bool later = plan.delay > 0 && (plan.flags & XEXEC_WAIT) == 0;
         const BlockedSignals blocked;
-        const Report told = later ? startLater(plan, reports) : startNow(plan, reports);
+        const Report told = startPlan(plan, reports);
         if (told.error != 0 && told.pid > 0 && !plan.orphan) {
             (void)waitForEnd(told.pid);
         }
@@ -292,6 +211,7 @@ int fail(int error) {
 }
 
 int start(xexec_s& record, const char* name, Plan& plan) {
+    const NotCancelled notCancelled;
     const bool waits = (plan.flags & XEXEC_WAIT) != 0;
     const bool watched = !waits && record.loop != nullptr;
     plan.orphan = !waits && !watched;

@@ -31,33 +31,22 @@ bool hasChildren() {
     return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
-/** Starts a child; where there is memory for that, it runs and its end is told. */
-void startAndEnd(int delay, int flags, const char* user) {
-    int status = -1;
-    xexec_s record = {};
-    record.fn = onEnded;
-    record.context = &status;
-    record.loop = theLoop();
-    strcpy(record.user, user);
-    char name[] = "sh";
-    char option[] = "-c";
-    char line[] = "exit 3";
-    char* const argv[] = {name, option, line, nullptr};
-    const int result = xexec_with_delay(&record, argv, delay, flags);
-    if (result == -1) {
-        EXPECT_EQ(ENOMEM, errno);
-        EXPECT_EQ(0, record.pid);
-    } else if ((flags & XEXEC_WAIT) != 0) {
-        EXPECT_EQ(3 << 8, result);
-    } else {
-        evlp_startThread(theLoop());
-        EXPECT_EQ(3 << 8, status);
-    }
-    EXPECT_FALSE(hasChildren());
-}
-
 TEST(XexecOutOfMemory, NothingIsStartedOrLost) {
-    forEachFailingAllocation([] { startAndEnd(0, XEXEC_PLAIN, ""); });
+    forEachFailingAllocation([] {
+        int status = -1;
+        xexec_s record = {};
+        record.fn = onEnded;
+        record.context = &status;
+        record.loop = theLoop();
+        if (xexec_cmd(&record, "exit 3", XEXEC_PLAIN) == 0) {
+            evlp_startThread(theLoop());
+            EXPECT_EQ(3 << 8, status);
+        } else {
+            EXPECT_EQ(ENOMEM, errno);
+            EXPECT_EQ(0, record.pid);
+        }
+        EXPECT_FALSE(hasChildren());
+    });
 }
 
 // Without memory the C library forgets what it keeps of its user database, and reads it again

@@ -280,6 +280,53 @@ INSTANTIATE_TEST_SUITE_P(
                       BadProgram{"BelowAFile", "program/x", "", 0700, ENOTDIR}),
     [](const auto& tested) { return tested.param.name; });
 
+TEST_F(XexecStart, NoShellTakesOverWhatIsNoProgram) {
+    Process process(loop);
+    makeFile("tool", "exit 0\n", 0700);
+    const Variable path("PATH", dir.path().c_str());
+    char* const argv[] = {const_cast<char*>("tool"), nullptr};
+
+    EXPECT_EQ(-1, xexec_with_delay(&process.record, argv, 0, XEXEC_PLAIN));
+    EXPECT_EQ(ENOEXEC, errno);
+}
+
+TEST_F(XexecStart, AThreadThatIsBeingCancelledStartsItsChildFirst) {
+    Process process(loop);
+    const int fds = openFds();
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(
+                     &thread, nullptr,
+                     [](void* context) -> void* {
+                         pthread_cancel(pthread_self());
+                         static_cast<Process*>(context)->cmd("exit 3");
+                         pthread_testcancel();
+                         return nullptr;
+                     },
+                     &process));
+    void* result = nullptr;
+    pthread_join(thread, &result);
+
+    EXPECT_EQ(PTHREAD_CANCELED, result);
+    runUntilEnded(process);
+    EXPECT_EQ(exited(3), process.ends.at(0).status);
+    EXPECT_EQ(fds, openFds());
+}
+
+TEST_F(XexecStart, WhatIsTheProcesssOwnIsInherited) {
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(dir.path());
+    const mode_t mask = umask(027);
+    const Variable home("HOME", "/my/home");
+
+    const int status = run("pwd -P >out; umask >>out; echo $HOME >>out");
+    umask(mask);
+    std::filesystem::current_path(before);
+
+    EXPECT_EQ(exited(0), status);
+    EXPECT_EQ(std::filesystem::canonical(dir.path()).string() + "\n0027\n/my/home\n",
+              contents(dir.file("out")));
+}
+
 // --- what is refused ---
 
 TEST_F(XexecStart, WithoutARecordOrACommandNothingIsStarted) {
@@ -475,6 +522,36 @@ TEST_F(XexecStart, EachStandardDescriptorByItself) {
     EXPECT_THAT(errors, HasSubstr("descriptors 0 1 2=null\n"));
 }
 
+TEST_F(XexecStart, TheNullDeviceCanBeReadAndWritten) {
+    EXPECT_EQ(exited(0), run("echo text", XEXEC_NULL_OUTPUT));
+    EXPECT_EQ(exited(0), run("echo text >&2", XEXEC_NULL_ERRORS));
+    EXPECT_EQ(exited(1), run("read line", XEXEC_NULL_INPUT));
+}
+
+TEST_F(XexecStart, TwoFreeDescriptorsAreEnough) {
+    runReady();  // the loop has what it needs
+    std::vector<int> fds;
+    while (fds.empty() || fds.back() < 64) {
+        fds.push_back(dup(0));
+    }
+    rlimit before = {};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit few = {64, before.rlim_max};
+    for (int i = 0; i < 3; ++i) {  // 62 and 63 are free, and 64 is not to be had
+        close(fds.back());
+        fds.pop_back();
+    }
+    setrlimit(RLIMIT_NOFILE, &few);
+
+    const int status = run("exit 3", XEXEC_NULL_INPUT | XEXEC_NULL_OUTPUT | XEXEC_NULL_ERRORS);
+    setrlimit(RLIMIT_NOFILE, &before);
+
+    EXPECT_EQ(exited(3), status);
+    for (const int fd : fds) {
+        close(fd);
+    }
+}
+
 TEST_F(XexecStart, StandardDescriptorsThatAreClosedStayClosed) {
     const int saved[] = {fcntl(0, F_DUPFD_CLOEXEC, 50), fcntl(1, F_DUPFD_CLOEXEC, 50),
                          fcntl(2, F_DUPFD_CLOEXEC, 50)};
@@ -562,12 +639,26 @@ TEST_F(XexecStart, WaitingAnswersTheWaitStatus) {
 
     EXPECT_EQ(exited(3), process.cmd("exit 3", XEXEC_WAIT));
     EXPECT_EQ(SIGTERM, process.cmd("kill -TERM $$", XEXEC_WAIT));
+    xexecCalls->delays = 0;
     EXPECT_EQ(exited(0), xexecve_cmd_with_delay(&process.record, "true", nullptr, 5, XEXEC_WAIT));
+    EXPECT_EQ(1, xexecCalls->delays);
 
     EXPECT_EQ(0, process.record.pid);
     runReady();
     EXPECT_TRUE(process.ends.empty());
     EXPECT_FALSE(hasChildren());
+}
+
+TEST_F(XexecStart, WaitingForAStatusThatIsLostFails) {
+    Process process(loop);
+    signal(SIGCHLD, SIG_IGN);  // no status is kept then
+
+    const int status = process.cmd("exit 3", XEXEC_WAIT);
+    const int error = errno;
+    signal(SIGCHLD, SIG_DFL);
+
+    EXPECT_EQ(XEXEC_STATUS_LOST, status);
+    EXPECT_EQ(ECHILD, error);
 }
 
 int answersOfHandler = -1;
@@ -606,12 +697,37 @@ TEST_F(XexecStart, WithoutALoopTheChildIsNobodys) {
     EXPECT_EQ(0, record.pid);
 }
 
+TEST_F(XexecStart, WithoutALoopFlagsAndDescriptorsAreAsEver) {
+    const int open = dup(0);
+    xexec_s record = {};
+    const std::string fifo = dir.file("fifo");
+    ASSERT_EQ(0, mkfifo(fifo.c_str(), 0600));
+    char* const argv[] = {const_cast<char*>("probe"), const_cast<char*>(fifo.c_str()), nullptr};
+
+    ASSERT_EQ(0, xexecve_cmd_with_delay(&record, XEXEC_PROBE, argv, 0, XEXEC_PLAIN));
+    const std::string plain = contents(fifo);
+    ASSERT_EQ(0, xexecve_cmd_with_delay(
+                     &record, XEXEC_PROBE, argv, 0,
+                     XEXEC_NEW_SESSION | XEXEC_NULL_INPUT | XEXEC_NULL_OUTPUT | XEXEC_NULL_ERRORS));
+    const std::string flagged = contents(fifo);
+
+    EXPECT_THAT(plain, ContainsRegex("descriptors 0(=null)? 1(=null)? 2(=null)?\n"));
+    EXPECT_THAT(plain, HasSubstr("\nblocked\nignored\n"));
+    EXPECT_THAT(plain, HasSubstr("\nleads session no\n"));
+    EXPECT_THAT(flagged, HasSubstr("descriptors 0=null 1=null 2=null\n"));
+    EXPECT_THAT(flagged, HasSubstr("\nleads session yes\n"));
+    close(open);
+}
+
 TEST_F(XexecStart, WithoutALoopADelayIsWaitedOutToo) {
     xexec_s record = {};
     ASSERT_EQ(0, mkfifo(dir.file("fifo").c_str(), 0600));
 
     const std::string line = "echo $$ >" + dir.file("fifo");
+    xexecCalls->held = true;
     ASSERT_EQ(0, xexecve_cmd_with_delay(&record, line.c_str(), nullptr, 20, XEXEC_PLAIN));
+    EXPECT_FALSE(hasChildren());  // nor while it waits
+    xexecCalls->held = false;
 
     EXPECT_EQ(std::to_string(record.pid) + "\n", contents(dir.file("fifo")));
 }

@@ -4,6 +4,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <set>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -146,6 +147,15 @@ TEST_F(XexecUserAsRoot, TheParentStaysWhoItIs) {
     EXPECT_EQ(0u, getgid());
 }
 
+// The kernel would not write its core files any more, had they shared memory.
+TEST_F(XexecUserAsRoot, TheParentStaysDumpable) {
+    ASSERT_EQ(0, prctl(PR_SET_DUMPABLE, 1));
+
+    ASSERT_NE("", probe("nobody", ""));
+
+    EXPECT_EQ(1, prctl(PR_GET_DUMPABLE));
+}
+
 TEST_F(XexecUserAsRoot, AUserIsAppliedToDelayedChildrenAndToThoseOfNobody) {
     const passwd nobody = *getpwnam("nobody");
     Process process(loop);
@@ -198,12 +208,12 @@ class XexecUserAlready : public XexecUserAsRoot {
     /** Whether root, made different by `change`, can start a child as root without changing again.
      */
     static bool isRootAlready(const std::function<int()>& change) {
+        const RefusedCall refused(kSetGroups, EPERM);
         const pid_t pid = fork();
         if (pid == 0) {
-            const RefusedCall refused(kSetGroups, EPERM);
             Process process(nullptr);
             become(process, "root", "");
-            const bool changed = change() == 0;
+            const bool changed = change() == 0;  // with calls of its own
             const int result = process.cmd("true", XEXEC_WAIT);
             _exit(!changed || (result == -1 && errno != EPERM) ? 99 : result == 0 ? 0 : 1);
         }

@@ -16,25 +16,27 @@
  *     pump.fn = onEnded;
  *     pump.loop = loop;
  *     strcpy(pump.user, "daemon");
- *     char* const words[] = {"pump", "--flush", NULL};
- *     if (xexecve_cmd_with_delay(&pump, "/usr/bin/pump", words, 0, XEXEC_NEW_SESSION) != 0) {
- *         perror("pump");  // no such file, not executable, no such user, ...
+ *     if (xexec_cmd(&pump, "exec pump --flush", XEXEC_NEW_SESSION) == 0) {
+ *         kill(pump.pid, SIGTERM);  // onEnded(NULL, pid, status) comes on the loop's thread
+ *     } else {
+ *         perror("pump");  // no such user, no more processes, ...
  *     }
- *     kill(pump.pid, SIGTERM);  // onEnded(NULL, pid, status) comes on the loop's thread
  *
  * A record serves one child at a time. Between two children it may be changed and used again, in
  * its own callback too; while it has a child it must stay where it is, until the callback or
  * xexec_detach(). Strings and vectors are copied where they are needed after the call.
  *
- * How a child is started: as vfork(2) does, so that nothing of the parent's memory is copied,
- * however much that is. The calling thread stands still until the child has become the new program,
- * well below a millisecond on most machines. That is also how a program that cannot be executed is
- * known to the caller at once, as a result. A delay is waited out in the child, by a thread made
- * for it that ends with the delay; the caller goes on at once, with the child's identifier.
+ * How a child is started: as by vfork(2), so that nothing of the parent's memory is copied, however
+ * much that is. The calling thread stands still until the child has become the new program, well
+ * below a millisecond on most machines; that is also how a program that cannot be executed is known
+ * to the caller at once, as a result. Memory is copied, as by fork(2), for a child that becomes
+ * another user or group, who must not get at the parent's; and for one with a delay, which it waits
+ * out by itself while the caller goes on, knowing its identifier. Names of users and groups are
+ * looked up on the calling thread. That needs 20 KB of its stack; it is not cancelled meanwhile.
  *
- * What a child inherits: environment, working directory, file mode mask, limits, priority, and the
- * descriptors 0, 1 and 2. Other descriptors are closed in it; signals are unblocked and have their
- * default actions, those that the parent ignores too.
+ * What a child inherits: environment, working directory, file mode mask, limits, scheduling,
+ * process group and terminal, and the descriptors 0, 1 and 2. Other descriptors are closed in it;
+ * signals are unblocked and have their default actions, those that the parent ignores too.
  *
  * As whom it runs: `user` gives it that user's identifier, its group and all groups of which it is
  * a member; `group` takes the place of the user's group, or, without a user, of all groups of the
@@ -48,17 +50,21 @@
  * block, ignore or handle; and it costs the same for one child or thousands. The kernel has it
  * since Linux 5.3. Where it is missing, or there is no descriptor left, the loop's signal context
  * for SIGCHLD takes its place: the child is looked at whenever any child has ended. Then the
- * process must not block that signal in all its threads, nor set an action of its own while
- * children run. A watched child holds one descriptor.
+ * process must not block that signal in all its threads, nor set an action for it while children
+ * run; one that it has set before is suspended meanwhile. A watched child holds one descriptor.
  *
  * Who waits for children of any kind, as with waitpid(-1), takes our status away; so does a process
- * that ignores SIGCHLD. The end is reported all the same, with XEXEC_STATUS_LOST.
+ * that ignores SIGCHLD or has set SA_NOCLDWAIT for it. The end is reported all the same, with
+ * XEXEC_STATUS_LOST; until then `pid` may be a stranger's.
  *
  * Threads: functions on one record belong to the thread of its loop, or, where the loop does not
  * run, to one thread at a time; different loops are independent of each other. A loop that is
- * closed before its last child has ended reports and reaps it no more.
+ * closed before its last child has ended reports and reaps it no more, and its descriptor stays
+ * open; a record is busy then until xexec_detach().
  *
- * Functions that return int answer -1, with errno set, when they fail; a failure changes nothing.
+ * Functions that return int answer -1, with errno set, when they fail; a failure leaves the record
+ * as it was, and no child. (One that has been started, but for whose end the loop cannot wait, for
+ * want of memory for instance, is killed at once.)
  */
 
 #include <stdint.h>
@@ -97,15 +103,16 @@ enum {
     /** None of the others. */
     XEXEC_PLAIN = 0,
 
-    /** Returns when the command has ended, as system(3) does: the result is its wait status, and
-     *  the record's callback is not called. It stops the loop for as long as that takes. */
+    /** Returns when the command has ended: the result is its wait status, and the record's callback
+     *  is not called. It stops the loop for as long as that takes. No signal is ignored meanwhile,
+     *  other than with system(3). */
     XEXEC_WAIT = 1,
 
     /** Leads a session of its own: kill(-pid, signal) reaches what the child has started in turn,
      *  and the keys of the parent's terminal do not reach it. */
     XEXEC_NEW_SESSION = 2,
 
-    /** Inherits all descriptors that are not closed on exec, instead of 0, 1 and 2 alone. */
+    /** Inherits all descriptors that are not to be closed on exec, instead of 0, 1 and 2 alone. */
     XEXEC_KEEP_DESCRIPTORS = 4,
 
     XEXEC_NULL_INPUT = 8,   /**< reads from /dev/null */
@@ -117,8 +124,10 @@ enum {
  * One child process, or the place for one. All zero at first; then the fields from `fn` on may be
  * set. 192 bytes on 32-bit systems.
  *
- * Without a loop nobody is told of the child's end, and nobody has to wait for it: it belongs to
- * the system's first process. `pid` is only good as long as it runs, which is not told either.
+ * Without a loop nobody is told of the child's end, and nobody has to wait for it: it is given to
+ * the system's first process, or to the nearest one above that has asked for orphans (see
+ * PR_SET_CHILD_SUBREAPER in prctl(2)), which reaps it. `pid` is only good as long as it runs, which
+ * is not told either.
  */
 typedef struct xexec_s {
     int32_t pid;        /**< of the running child; 0: none */
@@ -144,18 +153,22 @@ typedef struct xexec_s {
  *                 a loop
  *         EBUSY   the record has a child
  *         EPERM   no privilege to become that user or group
+ *         ECHILD  with XEXEC_WAIT: it has run, but its status went to somebody else; else: it was
+ *                 killed before it had begun
+ *         ENOSYS  before Linux 5.9: there is no /proc, by which to find the descriptors to close
  *         EAGAIN, ENOMEM, EMFILE, ENFILE  resources are exhausted
  *         and what execve(2), getpwnam(3) and getgrnam(3) give
  */
 XEXEC_API int xexec_cmd(xexec_s* record, const char* command, int flags);
 
 /**
- * Starts the program argv[0]: without a "/" it is looked for along PATH, as environ(7) tells. Other
- * than with execvp(3), no shell takes over a file that is no program (ENOEXEC).
+ * Starts the program argv[0]: without a "/" it is looked for along PATH, as environ(7) tells, with
+ * the rights of the parent. Other than with execvp(3), no shell takes over a file that is no
+ * program (ENOEXEC).
  *
  * @param argv   ends with a null pointer
- * @param delay  milliseconds to wait before the program is executed, by the clock that goes on
- *               evenly; below 1: none. The child can be killed and detached meanwhile. That its
+ * @param delay  milliseconds to wait before the program is executed, by CLOCK_MONOTONIC; below 1:
+ *               none. The child can be killed and detached meanwhile. That its
  *               program cannot be executed is known only then: it exits with 127
  * @return       as xexec_cmd()
  */
