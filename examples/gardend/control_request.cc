@@ -61,6 +61,9 @@ constexpr Form kForms[] = {
     {ControlRequest::kClockSynchronized, "clock", "synchronized", 2, 2, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kSummary, "summary", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kLanguage, "language", nullptr, 2, 2, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kPlugIns, "plugins", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kJobs, "jobs", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kRun, "run", nullptr, 2, 2, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kQuit, "quit", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
 };
 
@@ -116,6 +119,9 @@ unsigned readRequest(const char* line, ControlRequest& request) {
             return readNumber(words[2], 1, INT_MAX, request.number) ? 0 : GARDEND_BAD_NUMBER;
         case ControlRequest::kLanguage:
             strcpy(request.languages, words[1]);
+            return 0;
+        case ControlRequest::kRun:
+            strcpy(request.job, words[1]);
             return 0;
         default:
             return 0;

@@ -23,11 +23,15 @@ struct ControlRequest {
         kClockSynchronized,
         kSummary,
         kLanguage,
+        kPlugIns,
+        kJobs,
+        kRun,
         kQuit
     };
 
     Kind kind = kStatus;
     char zone[kMaxControlLine] = "";       // whether there is one of that name is not known here
+    char job[kMaxControlLine] = "";        // as the zone
     char languages[kMaxControlLine] = "";  // as the client has written them
     uint8_t days = 0;                      // ZOL_SUNDAY to ZOL_SATURDAY, or-ed
     uint8_t hour = 0;

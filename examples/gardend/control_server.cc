@@ -65,15 +65,30 @@ void listSchedules(const CWateringPlan& plan, CText& out) {
     }
 }
 
+const char* nameOf(CJob::State state) {
+    switch (state) {
+        case CJob::kRunning:
+            return "running";
+        case CJob::kWaiting:
+            return "waiting";
+        default:
+            return "idle";
+    }
+}
+
+void listJobs(const CJobs& jobs, CText& out) {
+    for (int i = 0; i < jobs.getCount(); ++i) {
+        const CJob& job = jobs[i];
+        const CShort pid = job.getPid() == 0 ? CShort("-") : CShort("%d", job.getPid());
+        out.add(job.getName()).addFormat(" %s %s ", nameOf(job.getState()), pid.get());
+        out.addFormat("%d %d %s\n", job.getRuns(), job.getFailures(), job.getLast());
+    }
+}
+
 class CControlDialog : public CDialog {
   public:
-    CControlDialog(CControlServer& server, int fd, zol::CEventLoop& loop, CGarden& garden,
-                   CWateringPlan& plan, const CLanguages& languages)
-        : CDialog(server, fd),
-          m_loop(loop),
-          m_garden(garden),
-          m_plan(plan),
-          m_languages(languages) {}
+    CControlDialog(CControlServer& server, int fd, const Controlled& controlled)
+        : CDialog(server, fd), m_controlled(controlled) {}
 
   protected:
     int take(const char* bytes, int size, CText& answer, bool& last) override;
@@ -86,12 +101,10 @@ class CControlDialog : public CDialog {
     unsigned addSchedule(const ControlRequest& request, CText& answer);
     unsigned trustClock();
     unsigned changeLanguage(const ControlRequest& request, CText& answer);
+    unsigned runJob(const ControlRequest& request);
     unsigned quit();
 
-    zol::CEventLoop& m_loop;
-    CGarden& m_garden;
-    CWateringPlan& m_plan;
-    const CLanguages& m_languages;
+    const Controlled& m_controlled;
     zol::CStr m_wished;  // languages of the client
     CText m_line;        // as much as has come of the present request
 };
@@ -125,7 +138,7 @@ int CControlDialog::take(const char* bytes, int size, CText& answer, bool& last)
 
 void CControlDialog::refuse(unsigned reason, CText& answer) {
     answer.add("ERROR ");
-    m_languages.choose(m_wished.get()).add(answer, reason);
+    m_controlled.languages.choose(m_wished.get()).add(answer, reason);
     answer.add("\n");
 }
 
@@ -138,13 +151,13 @@ unsigned CControlDialog::answerLine(const char* line, CText& answer) {
     }
     switch (request.kind) {
         case ControlRequest::kStatus:
-            listStatus(m_garden, m_plan, answer);
+            listStatus(m_controlled.garden, m_controlled.plan, answer);
             return 0;
         case ControlRequest::kZones:
-            listZones(m_garden, answer);
+            listZones(m_controlled.garden, answer);
             return 0;
         case ControlRequest::kMoisture:
-            listMoisture(m_garden, answer);
+            listMoisture(m_controlled.garden, answer);
             return 0;
         case ControlRequest::kOpen:
             return openValve(request);
@@ -153,18 +166,27 @@ unsigned CControlDialog::answerLine(const char* line, CText& answer) {
         case ControlRequest::kAddSchedule:
             return addSchedule(request, answer);
         case ControlRequest::kListSchedules:
-            listSchedules(m_plan, answer);
+            listSchedules(m_controlled.plan, answer);
             return 0;
         case ControlRequest::kRemoveSchedule:
-            return m_plan.remove(request.number) ? 0 : GARDEND_NO_SUCH_SCHEDULE;
+            return m_controlled.plan.remove(request.number) ? 0 : GARDEND_NO_SUCH_SCHEDULE;
         case ControlRequest::kClockSynchronized:
             return trustClock();
         case ControlRequest::kSummary:
-            addSummary(m_garden, m_plan, m_languages.choose(m_wished.get()), answer);
+            addSummary(m_controlled.garden, m_controlled.plan,
+                       m_controlled.languages.choose(m_wished.get()), answer);
             answer.add("\n");
             return 0;
         case ControlRequest::kLanguage:
             return changeLanguage(request, answer);
+        case ControlRequest::kPlugIns:
+            m_controlled.drivers.list(answer);
+            return 0;
+        case ControlRequest::kJobs:
+            listJobs(m_controlled.jobs, answer);
+            return 0;
+        case ControlRequest::kRun:
+            return runJob(request);
         case ControlRequest::kQuit:
             return quit();
     }
@@ -172,28 +194,26 @@ unsigned CControlDialog::answerLine(const char* line, CText& answer) {
 }
 
 unsigned CControlDialog::openValve(const ControlRequest& request) {
-    CZone* const zone = m_garden.findZone(request.zone);
+    CZone* const zone = m_controlled.garden.findZone(request.zone);
     if (zone == nullptr) {
         return GARDEND_NO_SUCH_ZONE;
     }
     if (request.runMinutes == 0) {
-        zone->open();
-        return 0;
+        return zone->open() ? 0 : GARDEND_VALVE_DOES_NOT_MOVE;
     }
-    return zone->openFor(minutesOf(request.runMinutes)) ? 0 : GARDEND_NO_TIMER;
+    return zone->openFor(minutesOf(request.runMinutes)) ? 0 : GARDEND_VALVE_DOES_NOT_MOVE;
 }
 
 unsigned CControlDialog::closeValve(const ControlRequest& request) {
-    CZone* const zone = m_garden.findZone(request.zone);
+    CZone* const zone = m_controlled.garden.findZone(request.zone);
     if (zone == nullptr) {
         return GARDEND_NO_SUCH_ZONE;
     }
-    zone->close();
-    return 0;
+    return zone->close() ? 0 : GARDEND_VALVE_DOES_NOT_MOVE;
 }
 
 unsigned CControlDialog::addSchedule(const ControlRequest& request, CText& answer) {
-    CZone* const zone = m_garden.findZone(request.zone);
+    CZone* const zone = m_controlled.garden.findZone(request.zone);
     if (zone == nullptr) {
         return GARDEND_NO_SUCH_ZONE;
     }
@@ -203,7 +223,7 @@ unsigned CControlDialog::addSchedule(const ControlRequest& request, CText& answe
     schedule.hour = request.hour;
     schedule.minute = request.minute;
     schedule.runMinutes = request.runMinutes;
-    const int number = m_plan.add(schedule);
+    const int number = m_controlled.plan.add(schedule);
     if (number < 0) {
         return number == CWateringPlan::kFull ? GARDEND_TOO_MANY_SCHEDULES : GARDEND_NO_MEMORY;
     }
@@ -215,7 +235,7 @@ unsigned CControlDialog::addSchedule(const ControlRequest& request, CText& answe
 unsigned CControlDialog::trustClock() {
     syslog(LOG_NOTICE, "the clock is right");
     zol::CTime::synchronized = 1;
-    return m_plan.start() ? 0 : GARDEND_NO_MEMORY;
+    return m_controlled.plan.start() ? 0 : GARDEND_NO_MEMORY;
 }
 
 unsigned CControlDialog::changeLanguage(const ControlRequest& request, CText& answer) {
@@ -223,28 +243,35 @@ unsigned CControlDialog::changeLanguage(const ControlRequest& request, CText& an
     if (m_wished != request.languages) {
         return GARDEND_NO_MEMORY;
     }
-    answer.add(m_languages.choose(m_wished.get()).getLanguage()).add("\n");
+    answer.add(m_controlled.languages.choose(m_wished.get()).getLanguage()).add("\n");
     return 0;
+}
+
+unsigned CControlDialog::runJob(const ControlRequest& request) {
+    CJob* const job = m_controlled.jobs.find(request.job);
+    if (job == nullptr) {
+        return GARDEND_NO_SUCH_JOB;
+    }
+    if (job->getState() == CJob::kRunning) {
+        return GARDEND_JOB_IS_RUNNING;
+    }
+    return job->run() ? 0 : GARDEND_JOB_DOES_NOT_START;
 }
 
 // The answer leaves before the loop ends: it finishes its turn.
 unsigned CControlDialog::quit() {
     syslog(LOG_NOTICE, "asked to quit");
-    return m_loop.exitLoop() == 0 ? 0 : GARDEND_LOOP_DOES_NOT_END;
+    return m_controlled.loop.exitLoop() == 0 ? 0 : GARDEND_LOOP_DOES_NOT_END;
 }
 
 }  // namespace
 
-CControlServer::CControlServer(zol::CEventLoop& loop, CGarden& garden, CWateringPlan& plan,
-                               const CLanguages& languages, const zol::CTime& timeLimit)
-    : CDialogServer(loop.getThread(), "control", kMaxConnections, timeLimit),
-      m_loop(loop),
-      m_garden(garden),
-      m_plan(plan),
-      m_languages(languages) {}
+CControlServer::CControlServer(const Controlled& controlled, const zol::CTime& timeLimit)
+    : CDialogServer(controlled.loop.getThread(), "control", kMaxConnections, timeLimit),
+      m_controlled(controlled) {}
 
 zol::CConnection* CControlServer::createConnection(int fd) {
-    return new (std::nothrow) CControlDialog(*this, fd, m_loop, m_garden, m_plan, m_languages);
+    return new (std::nothrow) CControlDialog(*this, fd, m_controlled);
 }
 
 }  // namespace gardend

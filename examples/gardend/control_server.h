@@ -5,29 +5,34 @@
 
 #include "control_protocol.h"
 #include "dialog.h"
+#include "drivers.h"
 #include "garden.h"
+#include "jobs.h"
 #include "languages.h"
 #include "watering_plan.h"
 
 namespace gardend {
 
+/** What clients ask about and change; all of it must live longer than the server. */
+struct Controlled {
+    zol::CEventLoop& loop;  // ended by the request "quit"
+    CDrivers& drivers;
+    CGarden& garden;
+    CWateringPlan& plan;
+    CJobs& jobs;
+    const CLanguages& languages;
+};
+
 /** Serves the control protocol; see control_protocol.h. */
 class CControlServer : public CDialogServer {
   public:
-    /**
-     * @param loop       ended by the request "quit"; as the three that follow, it must live longer
-     * @param timeLimit  for one request and its answer, the wait for it included
-     */
-    CControlServer(zol::CEventLoop& loop, CGarden& garden, CWateringPlan& plan,
-                   const CLanguages& languages, const zol::CTime& timeLimit);
+    /** @param timeLimit  for one request and its answer, the wait for it included */
+    CControlServer(const Controlled& controlled, const zol::CTime& timeLimit);
 
     zol::CConnection* createConnection(int fd) override;
 
   private:
-    zol::CEventLoop& m_loop;
-    CGarden& m_garden;
-    CWateringPlan& m_plan;
-    const CLanguages& m_languages;
+    Controlled m_controlled;
 };
 
 }  // namespace gardend

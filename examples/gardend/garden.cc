@@ -6,7 +6,12 @@
 
 namespace gardend {
 
-CGarden::CGarden() : m_tick(zol::CTime::infinite, &m_whenToTick) {}
+CGarden::CGarden(const Wiring& wiring)
+    : m_zones{{"lawn", 0, 200, wiring},
+              {"roses", 1, 60, wiring},
+              {"vegetables", 2, 80, wiring},
+              {"hedge", 3, 120, wiring}},
+      m_tick(zol::CTime::infinite, &m_whenToTick) {}
 
 CGarden::~CGarden() {
     zol::CTimerHandler::remove(m_tick);
@@ -35,7 +40,7 @@ void CGarden::onTick(int) {
 
 void CGarden::closeAllValves() {
     for (CZone& zone : m_zones) {
-        zone.close();
+        (void)zone.close();
     }
 }
 

@@ -14,16 +14,16 @@ namespace gardend {
 /** The garden: its zones, and the tick with which they follow the clock. The loop's thread. */
 class CGarden : public zol::CEventDest<CGarden, void> {
   public:
-    static constexpr int kZoneCount = 4;
+    static constexpr int kZoneCount = kLineCount;
     using Zones = CZone[kZoneCount];
 
-    CGarden();
+    explicit CGarden(const Wiring& wiring);
 
     /** Closes the valves. */
     ~CGarden() override;
 
     /**
-     * Begins to tick and to sample.
+     * Closes the valves, and begins to tick and to sample.
      *
      * @param thread        the loop; must live longer than the garden
      * @param tickPeriod    between two looks at the zones
@@ -46,8 +46,7 @@ class CGarden : public zol::CEventDest<CGarden, void> {
   private:
     void onTick(int);
 
-    CZone m_zones[kZoneCount] = {
-        {"lawn", 420, 200}, {"roses", 310, 60}, {"vegetables", 550, 80}, {"hedge", 280, 120}};
+    CZone m_zones[kZoneCount];
     zol::CEventMsg<CGarden, int> m_whenToTick{this, &CGarden::onTick, 0};
     zol::CTimer m_tick;
 };

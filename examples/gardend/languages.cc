@@ -2,11 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "languages.h"
 
-#include <limits.h>
-#include <string.h>
-#include <unistd.h>
-
 #include "accept_language.h"
+#include "program_folder.h"
 
 namespace gardend {
 
@@ -42,16 +39,6 @@ bool isOf(const zol::cat::CCatalog* catalog, const char* language) {
 bool comesBefore(const Wish& one, const Wish& other) {
     return one.quality > other.quality ||
            (one.quality == other.quality && one.position < other.position);
-}
-
-// Adds a path to a pattern, in which it stands for itself.
-void addPath(CText& pattern, const char* path, size_t length) {
-    for (size_t i = 0; i < length; ++i) {
-        if (strchr("*?[\\", path[i]) != nullptr) {
-            pattern.add("\\");
-        }
-        pattern.add(path[i] == '%' ? "%" : "").add(path + i, 1);
-    }
 }
 
 }  // namespace
@@ -102,19 +89,11 @@ CPhrases CLanguages::choose(const char* wishes) const {
 }
 
 zol::CStr findCatalogs() {
-    char program[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program) - 1);
-    program[length < 0 ? 0 : length] = '\0';
-    const char* const slash = strrchr(program, '/');
-    const size_t folderLength = slash == nullptr ? 0 : static_cast<size_t>(slash - program);
-
-    CText built;
-    built.add(program, static_cast<int>(folderLength)).add("/texts");
+    zol::CStr folder = findFolder("/texts", "/../share/gardend");
+    folder.replace("%", "%%");
     CText pattern;
-    addPath(pattern, program, folderLength);
-    pattern.add(access(built.get(), F_OK) == 0 ? "/texts" : "/../share/gardend");
-    pattern.add("/%s/gardend.cat");
-    return pattern.isWhole() ? pattern.get() : "";
+    pattern.add(folder.get()).add("/%s/gardend.cat");
+    return folder.isEmpty() || !pattern.isWhole() ? "" : pattern.get();
 }
 
 }  // namespace gardend

@@ -3,10 +3,11 @@
 // gardend: a garden irrigation controller without a garden.
 //
 // How it hangs together: one event loop runs everything. The garden ticks on a timer, and the plan
-// (watering_plan.h) waters it by the calendar; the status page (http_server.h, status_page.h) shows
-// both; the control socket (control_server.h) changes them. Both servers speak through dialog.h,
-// which does the reading and writing, and in the language of their client (languages.h). This file
-// puts the pieces together and ends them.
+// (watering_plan.h) waters it by the calendar, with drivers (drivers.h) that plug-ins bring; the
+// status page (http_server.h, status_page.h) shows both; the control socket (control_server.h)
+// changes them. Both servers speak through dialog.h, which does the reading and writing, and in the
+// language of their client (languages.h). Other programs run beside it: jobs (jobs.h), and a hook
+// for when valves move (hook.h). This file puts the pieces together and ends them.
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -21,8 +22,11 @@
 #include "zol/sock.h"
 
 #include "control_server.h"
+#include "drivers.h"
 #include "garden.h"
+#include "hook.h"
 #include "http_server.h"
+#include "jobs.h"
 #include "languages.h"
 #include "options.h"
 #include "status_page.h"
@@ -57,13 +61,17 @@ bool isPathFree(const char* path) {
 /** The whole of the daemon. Members are destroyed from the last to the first. */
 class CDaemon : public zol::CEventDest<CDaemon, void> {
   public:
-    explicit CDaemon(const Options& options)
+    /** @param drivers  which have all that is needed; must live longer */
+    CDaemon(const Options& options, CDrivers& drivers)
         : m_options(options),
+          m_hook(options.hook, m_loop.getThread(), options.jobUser),
+          m_garden({*drivers.getValves(), *drivers.getSensors(), &m_hook}),
           m_plan(m_loop.getThread()),
           m_languages(options.catalogs.isEmpty() ? findCatalogs().get() : options.catalogs.get()),
           m_site(m_garden, m_plan, m_languages),
           m_http(m_loop.getThread(), m_site, options.timeLimit),
-          m_control(m_loop, m_garden, m_plan, m_languages, options.timeLimit) {}
+          m_jobs(m_loop.getThread(), options.jobUser),
+          m_control({m_loop, drivers, m_garden, m_plan, m_jobs, m_languages}, options.timeLimit) {}
 
     ~CDaemon() override;
 
@@ -74,6 +82,7 @@ class CDaemon : public zol::CEventDest<CDaemon, void> {
     bool run() { return m_loop.loop(0, 0) == 0; }
 
   private:
+    bool addJobs();
     bool listenForClients();
     bool watchSignals();
     void announce();
@@ -81,11 +90,13 @@ class CDaemon : public zol::CEventDest<CDaemon, void> {
 
     const Options& m_options;
     zol::CEventLoop m_loop;
+    CHook m_hook;  // which the garden tells of the valves that it closes at its end
     CGarden m_garden;
     CWateringPlan m_plan;
     CLanguages m_languages;
     CStatusSite m_site;
     CHttpServer m_http;
+    CJobs m_jobs;
     CControlServer m_control;
     zol::CEventMsg<CDaemon, int> m_onTerminate{this, &CDaemon::onSignal, SIGTERM};
     zol::CEventMsg<CDaemon, int> m_onInterrupt{this, &CDaemon::onSignal, SIGINT};
@@ -106,13 +117,24 @@ bool CDaemon::start() {
         (void)fputs("gardend: no event loop\n", stderr);
         return false;
     }
-    if (!listenForClients()) {
+    if (!addJobs() || !listenForClients()) {
         return false;
     }
     if (!m_languages.hasDefault()) {
         syslog(LOG_WARNING, "no message catalog of English: see --texts");
     }
     announce();
+    m_jobs.runAll();
+    return true;
+}
+
+bool CDaemon::addJobs() {
+    for (int i = 0; i < m_options.jobCount; ++i) {
+        if (!m_jobs.add(m_options.jobs[i])) {
+            (void)fputs("gardend: no memory\n", stderr);
+            return false;
+        }
+    }
     return true;
 }
 
@@ -156,8 +178,25 @@ void CDaemon::onSignal(int signum) {
     (void)m_loop.exitLoop();
 }
 
+// A garden that nothing waters must not look as if it were watered: who supervises us is to know.
+bool isComplete(const CDrivers& drivers) {
+    if (drivers.getValves() == nullptr) {
+        (void)fputs("gardend: no driver for the valves: see --drivers\n", stderr);
+        return false;
+    }
+    if (drivers.getSensors() == nullptr) {
+        (void)fputs("gardend: no driver for the sensors: see --drivers\n", stderr);
+        return false;
+    }
+    return true;
+}
+
 int serve(const Options& options) {
-    CDaemon daemon(options);
+    CDrivers drivers(options.drivers.isEmpty() ? findDrivers().get() : options.drivers.get());
+    if (!isComplete(drivers)) {
+        return 1;
+    }
+    CDaemon daemon(options, drivers);
     return daemon.start() && daemon.run() ? 0 : 1;
 }
 

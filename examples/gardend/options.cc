@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <getopt.h>
+#include <pwd.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/un.h>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr char kHelp[] =
     "Usage: gardend [OPTION]...\n"
-    "Waters a garden that exists in the memory of the computer only.\n"
+    "Waters a garden, with the valves and sensors that plug-ins drive.\n"
     "\n"
     "  --listen ADDR:PORT  IPv4 address and TCP port of the status page; port 0: any free one\n"
     "                      (127.0.0.1:8080)\n"
@@ -24,6 +25,14 @@ constexpr char kHelp[] =
     "  --texts PATTERN     where the message catalogs are: a path with %s for the language, and\n"
     "                      wildcards (texts/%s/gardend.cat beside the program, or\n"
     "                      ../share/gardend/%s/gardend.cat)\n"
+    "  --drivers PATTERNS  the plug-ins that move valves and read sensors: paths with wildcards, "
+    "and\n"
+    "                      \":\" between them (drivers/*.so beside the program, or\n"
+    "                      ../lib/gardend/*.so)\n"
+    "  --hook PROGRAM      run when a valve has opened or closed: PROGRAM roses open\n"
+    "  --job NAME=COMMAND  a command for the shell, run at the start, again when it fails, and by\n"
+    "                      \"gardenctl run NAME\"; up to 16 of them\n"
+    "  --job-user USER     runs jobs and the hook as this user; for root\n"
     "  --tick MS           milliseconds between two looks at the garden (1000)\n"
     "  --sample SECONDS    seconds between two samples of the moisture (60)\n"
     "  --timeout MS        milliseconds that a client has for one request (30000)\n"
@@ -36,6 +45,7 @@ constexpr char kHelp[] =
     "It ends with SIGTERM, SIGINT or \"gardenctl quit\".\n";
 
 constexpr int kUsageError = 2;
+constexpr size_t kMaxJobName = 31;
 constexpr int64_t kMillisecond = 1000;
 constexpr int64_t kSecond = 1000000;
 
@@ -71,6 +81,32 @@ bool readPath(const char* text, zol::CStr& path) {
     return *text != '\0' && strlen(text) < sizeof(sockaddr_un::sun_path);
 }
 
+// Names are words of the control protocol.
+bool readJob(const char* text, Options& options) {
+    const size_t length = strspn(text,
+                                 "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                 "0123456789_-");
+    if (length == 0 || length > kMaxJobName || text[length] != '=' || text[length + 1] == '\0' ||
+        options.jobCount == CJobs::kMost) {
+        return false;
+    }
+    const zol::CStr name(text, static_cast<int>(length));
+    for (int i = 0; i < options.jobCount; ++i) {
+        if (options.jobs[i].name == name) {
+            return false;
+        }
+    }
+    options.jobs[options.jobCount] = {name, text + length + 1};
+    ++options.jobCount;
+    return true;
+}
+
+// A longer name would be cut, and be that of somebody else.
+bool readUser(const char* name, const char*& user) {
+    user = name;
+    return strlen(name) < sizeof(xexec_s::user) && getpwnam(name) != nullptr;
+}
+
 }  // namespace
 
 int readOptions(int argc, char** argv, Options& options) {
@@ -78,6 +114,10 @@ int readOptions(int argc, char** argv, Options& options) {
         kListen = 1,
         kSocket,
         kTexts,
+        kDrivers,
+        kHook,
+        kJob,
+        kJobUser,
         kTick,
         kSample,
         kTimeout,
@@ -89,6 +129,10 @@ int readOptions(int argc, char** argv, Options& options) {
         {"listen", required_argument, nullptr, kListen},
         {"socket", required_argument, nullptr, kSocket},
         {"texts", required_argument, nullptr, kTexts},
+        {"drivers", required_argument, nullptr, kDrivers},
+        {"hook", required_argument, nullptr, kHook},
+        {"job", required_argument, nullptr, kJob},
+        {"job-user", required_argument, nullptr, kJobUser},
         {"tick", required_argument, nullptr, kTick},
         {"sample", required_argument, nullptr, kSample},
         {"timeout", required_argument, nullptr, kTimeout},
@@ -111,6 +155,20 @@ int readOptions(int argc, char** argv, Options& options) {
             case kTexts:
                 options.catalogs = optarg;
                 good = *optarg != '\0';
+                break;
+            case kDrivers:
+                options.drivers = optarg;
+                good = *optarg != '\0';
+                break;
+            case kHook:
+                options.hook = optarg;
+                good = *optarg != '\0';
+                break;
+            case kJob:
+                good = readJob(optarg, options);
+                break;
+            case kJobUser:
+                good = readUser(optarg, options.jobUser);
                 break;
             case kTick:
                 good = readDuration(optarg, kMillisecond, options.tick);

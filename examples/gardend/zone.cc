@@ -4,26 +4,11 @@
 
 #include <syslog.h>
 
+#include "monotonic_time.h"
+
 namespace gardend {
 
 namespace {
-
-constexpr int64_t kSoakSpeed = 5000;   // moisture gained in a microsecond, the valve open
-constexpr int64_t kDryingSpeed = 100;  // moisture lost in a microsecond, the valve closed
-
-int64_t within(int64_t low, int64_t value, int64_t high) {
-    if (value < low) {
-        return low;
-    }
-    return value > high ? high : value;
-}
-
-// Goes on evenly whatever happens to the calendar clock.
-zol::CTime monotonicTime() {
-    timespec time = {};
-    (void)clock_gettime(CLOCK_MONOTONIC, &time);
-    return zol::CTime(int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000);
-}
 
 // As long as the clock is not set, days are counted from the start of the system.
 int today() {
@@ -34,10 +19,11 @@ int today() {
 
 }  // namespace
 
-CZone::CZone(const char* name, int moisturePermille, int flow)
+CZone::CZone(const char* name, int line, int flow, const Wiring& wiring)
     : m_name(name),
+      m_line(line),
       m_flow(flow),
-      m_moisture(kSoaked / 1000 * moisturePermille),
+      m_wiring(wiring),
       m_lastLook(zol::CTime::undefined),
       m_closesAt(zol::CTime::infinite),
       m_sampling(zol::CTime::infinite, &m_whenToSample) {}
@@ -48,29 +34,38 @@ CZone::~CZone() {
 
 // All zones sample with one period, so one timer of the loop serves them all.
 bool CZone::start(evlp_thread_str* thread, const zol::CTime& samplePeriod) {
+    m_isStuck = !m_wiring.valves.setValve(m_line, false);
+    m_open = m_isStuck;
+    if (m_isStuck) {
+        syslog(LOG_ERR, "the valve of %s does not close", m_name);
+    }
     m_lastLook = monotonicTime();
-    m_log.add(getMoisturePermille(), today());
+    readSensor();
+    addSample();
     m_sampling = zol::CTimer(samplePeriod, &m_whenToSample);
     zol::CTimerHandler::add(thread, m_sampling);
     return m_runTime.open(thread) != 0;
 }
 
-void CZone::open() {
+bool CZone::open() {
     catchUp();
     (void)m_runTime.remove();
     m_closesAt = zol::CTime::infinite;
-    setValve(true);
+    return setValve(true);
 }
 
 bool CZone::openFor(const zol::CTime& runTime) {
     catchUp();
     if (m_runTime.add(runTime) != 0) {
         syslog(LOG_ERR, "no timer for the valve of %s", m_name);
-        close();
+        (void)close();
         return false;
     }
     m_closesAt = monotonicTime() + runTime;
-    setValve(true);
+    if (!setValve(true)) {
+        (void)close();
+        return false;
+    }
     return true;
 }
 
@@ -80,44 +75,78 @@ bool CZone::openAtLeast(const zol::CTime& runTime) {
     return (m_open && forLonger) || openFor(runTime);
 }
 
-void CZone::close() {
+bool CZone::close() {
     catchUp();
     (void)m_runTime.remove();
     m_closesAt = zol::CTime::infinite;
-    setValve(false);
+    return setValve(false);
 }
 
-// Where a valve driver would be called.
-void CZone::setValve(bool open) {
-    if (m_open != open) {
+bool CZone::setValve(bool open) {
+    const bool isThere = open == m_open && !m_isStuck;
+    if (!isThere && !m_wiring.valves.setValve(m_line, open)) {
+        if (!m_isStuck) {
+            syslog(LOG_ERR, "the valve of %s does not %s", m_name, open ? "open" : "close");
+        }
+        m_isStuck = m_isStuck || !open;
+        return false;
+    }
+    m_isStuck = false;
+    if (open != m_open) {
         m_open = open;
         syslog(LOG_NOTICE, "valve of %s %s", m_name, open ? "opened" : "closed");
+        if (m_wiring.watcher != nullptr) {
+            m_wiring.watcher->onValve(m_name, open);
+        }
+    }
+    return true;
+}
+
+void CZone::readSensor() {
+    const int answer = m_wiring.sensors.readMoisture(m_line);
+    const bool answers = answer >= 0 && answer <= 1000;
+    if (answers) {
+        m_moisture = answer;
+    }
+    if (answers != m_sensorAnswers) {
+        m_sensorAnswers = answers;
+        syslog(answers ? LOG_NOTICE : LOG_ERR, "the sensor of %s %s", m_name,
+               answers ? "answers again" : "does not answer");
+    }
+}
+
+void CZone::addSample() {
+    if (m_sensorAnswers) {
+        m_log.add(m_moisture, today());
     }
 }
 
 void CZone::onRunTimeOver(int) {
-    close();
+    (void)close();
 }
 
 void CZone::onSample(int) {
     catchUp();
-    m_log.add(getMoisturePermille(), today());
+    addSample();
 }
 
 void CZone::catchUp() {
-    if (m_lastLook != zol::CTime::undefined) {
-        const zol::CTime now = monotonicTime();
-        advance(now - m_lastLook);
-        m_lastLook = now;
+    if (m_lastLook == zol::CTime::undefined) {
+        return;
+    }
+    const zol::CTime now = monotonicTime();
+    advance(now - m_lastLook);
+    m_lastLook = now;
+    if (m_isStuck) {
+        (void)setValve(false);
     }
 }
 
 void CZone::advance(const zol::CTime& passed) {
-    const int64_t speed = m_open ? kSoakSpeed : -kDryingSpeed;
-    m_moisture = within(0, m_moisture + speed * passed.getMicroseconds(), kSoaked);
     if (m_open) {
         m_nanolitres += m_flow * passed.getMicroseconds();
     }
+    readSensor();
 }
 
 int CZone::getSecondsLeft() const {

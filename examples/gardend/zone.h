@@ -9,6 +9,7 @@
 #include "zol/time.h"
 #include "zol/timer.h"
 
+#include "driver.h"
 #include "moisture_log.h"
 
 namespace gardend {
@@ -18,26 +19,45 @@ constexpr zol::CTime minutesOf(int count) {
     return zol::CTime(count * int64_t{60000000});
 }
 
+/** Who is told that valves have opened and closed. */
+class IValveWatcher {
+  public:
+    virtual void onValve(const char* zone, bool isOpen) = 0;
+
+  protected:
+    ~IValveWatcher() = default;
+};
+
+/** What zones are connected with; all of it must live longer than they do. */
+struct Wiring {
+    IValveDriver& valves;
+    ISensorDriver& sensors;
+    IValveWatcher* watcher = nullptr;  // null: nobody is told
+};
+
 /**
- * One part of the garden, with its valve and its moisture sensor.
+ * One part of the garden, with its valve and its moisture sensor, which drivers move and read.
  *
- * There is no hardware behind it: the valve opens at once, and the sensor shows what a simple model
- * of the soil says. The valve stays open until it is closed, or for a run time that a timer of the
- * zone ends. Another timer, which fires again and again, samples the sensor.
+ * The valve stays open until it is closed, or for a run time that a timer of the zone ends. One
+ * that does not close when it is told to is told again, with every look at the zone. Another timer,
+ * which fires again and again, samples the sensor; while that does not answer, its last answer
+ * counts, and is not sampled.
  */
 class CZone : public zol::CEventDest<CZone, void> {
   public:
     /**
      * @param name  not copied
+     * @param line  of its valve and of its sensor, see driver.h
      * @param flow  through the open valve: millilitres a second, nanolitres a microsecond
      */
-    CZone(const char* name, int moisturePermille, int flow);
+    CZone(const char* name, int line, int flow, const Wiring& wiring);
     ~CZone() override;
     CZone(const CZone&) = delete;
     CZone& operator=(const CZone&) = delete;
 
     /**
-     * Begins to live with the clock and to sample, at once for the first time.
+     * Closes the valve, whatever it was; begins to live with the clock and to sample, at once for
+     * the first time.
      *
      * @param thread  the loop; must live longer than the zone
      * @return        false when there is no timer for run times; that there is none for samples is
@@ -47,24 +67,27 @@ class CZone : public zol::CEventDest<CZone, void> {
 
     // --- the valve ---
 
-    /** Opens the valve until it is closed. */
-    void open();
+    // Each answers false, which has been logged, when the valve does not obey, or there is no
+    // timer.
 
-    /** Opens the valve for a time that counts from now, whatever was said before.
-     *  @return false when there is no timer; the valve is closed then */
+    /** Opens the valve until it is closed. */
+    bool open();
+
+    /** Opens the valve for a time that counts from now, whatever was said before. Where that fails
+     *  it is closed. */
     bool openFor(const zol::CTime& runTime);
 
     /** Opens the valve for a time, or leaves it open where it is open for longer already. */
     bool openAtLeast(const zol::CTime& runTime);
 
-    void close();
+    bool close();
 
     // --- time ---
 
     /** Lets the time pass that the clock has gone on since the last call. */
     void catchUp();
 
-    /** Lets time pass. */
+    /** Lets time pass, and reads the sensor. */
     void advance(const zol::CTime& passed);
 
     // --- what there is to see ---
@@ -74,22 +97,26 @@ class CZone : public zol::CEventDest<CZone, void> {
     /** @return whole seconds until the valve closes by itself, at least 1; 0: it does not */
     int getSecondsLeft() const;
     int64_t getMillilitres() const { return m_nanolitres / 1000000; }
-    int getMoisturePermille() const { return static_cast<int>(m_moisture / (kSoaked / 1000)); }
+    /** As the sensor has answered last; 0 as long as it has not. */
+    int getMoisturePermille() const { return m_moisture; }
     /** The samples since midnight. */
     const CMoistureLog& getMoistureLog() const { return m_log; }
 
   private:
-    // So fine that even the shortest time makes a difference.
-    static constexpr int64_t kSoaked = 1000000000000;
-
-    void setValve(bool open);
+    bool setValve(bool open);
+    void readSensor();
+    void addSample();
     void onRunTimeOver(int);
     void onSample(int);
 
     const char* m_name;
-    bool m_open = false;
+    int m_line;
     int64_t m_flow;
-    int64_t m_moisture;        // from 0, bone-dry, to kSoaked
+    Wiring m_wiring;
+    bool m_open = false;
+    bool m_isStuck = false;  // open, though it has been told to close
+    bool m_sensorAnswers = true;
+    int m_moisture = 0;
     int64_t m_nanolitres = 0;  // delivered since the start
     CMoistureLog m_log;
 

@@ -199,6 +199,9 @@ class ZOL_API CPlugIns {
     CPlugIns(const CPlugIns&) = delete;
     CPlugIns& operator=(const CPlugIns&) = delete;
 
+    /** @return all of them; good until something is added or removed, and not to be copied */
+    const CTab<CPlugIn, 8, xtabh_s>& getPlugIns() const { return m_plugIns; }
+
     /** @return the first plug-in that was loaded by exactly this name; null when there is none */
     CPlugIn* findPlugIn(const char* file);
 

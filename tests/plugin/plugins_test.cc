@@ -49,6 +49,16 @@ TEST_F(AddPlugIn, TakesAnotherSpellingOfAPathForAnotherFile) {
     EXPECT_EQ(nullptr, manager->findPlugIn((dir.path("a.so") + "x").c_str()));
 }
 
+TEST_F(AddPlugIn, ListsPlugInsInTheOrderInWhichTheyWereLoaded) {
+    EXPECT_TRUE(manager->getPlugIns().isEmpty());
+    ASSERT_TRUE(loadNew("b.so"));
+    ASSERT_TRUE(loadNew("a.so"));
+
+    ASSERT_EQ(2, manager->getPlugIns().getCount());
+    EXPECT_STREQ(dir.path("b.so").c_str(), manager->getPlugIns()[0].getName().get());
+    EXPECT_STREQ(dir.path("a.so").c_str(), manager->getPlugIns()[1].getName().get());
+}
+
 TEST_F(AddPlugIn, OfAMissingFileFailsWithTheLoadersReason) {
     EXPECT_FALSE(load("a.so", 1));
 

@@ -40,6 +40,8 @@ TEST(ControlRequest, IsOneWordWhereThereIsNothingMoreToSay) {
     EXPECT_EQ(ControlRequest::kZones, read("zones").kind);
     EXPECT_EQ(ControlRequest::kMoisture, read("moisture").kind);
     EXPECT_EQ(ControlRequest::kSummary, read("summary").kind);
+    EXPECT_EQ(ControlRequest::kPlugIns, read("plugins").kind);
+    EXPECT_EQ(ControlRequest::kJobs, read("jobs").kind);
     EXPECT_EQ(ControlRequest::kQuit, read("quit").kind);
 }
 
@@ -93,6 +95,14 @@ TEST(ControlRequest, AsksForALanguage) {
     EXPECT_STREQ("", read("language ").languages);
 }
 
+TEST(ControlRequest, RunsAJob) {
+    const ControlRequest request = read("run self-test");
+
+    EXPECT_EQ(ControlRequest::kRun, request.kind);
+    EXPECT_STREQ("self-test", request.job);
+    EXPECT_STREQ("", read("run ").job);
+}
+
 TEST(ControlRequest, MayHaveAnyZone) {
     EXPECT_STREQ("", read("open ").zone);
     EXPECT_STREQ("lawn\r", read("open lawn\r").zone);
@@ -119,6 +129,10 @@ TEST(ControlRequest, IsUnknownInOtherWords) {
                              "language",
                              "language de fr",
                              "summary now",
+                             "plugins all",
+                             "jobs now",
+                             "run",
+                             "run a b",
                              "open a 1 2",
                              "a b c d e f g h i j"}) {
         EXPECT_EQ("unknown request", complaint(line)) << line;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include "gardend_drivers.h"
 #include "http_parser.h"
 #include "status_page.h"
 #include "support/alloc_faults.h"
@@ -49,7 +50,9 @@ TEST(HttpParserFaults, EndWith503OrWithTheRequestAsItWasMeant) {
 
 // A text that cannot be read is said in English; one for which there is no room is missed.
 TEST(StatusPageFaults, LeaveNothingOutUnnoticed) {
-    gardend::CGarden garden;
+    gardend::FakeDrivers drivers;
+    gardend::CGarden garden(drivers.wiring());
+    look(garden);
     gardend::CWateringPlan plan(nullptr);
     const gardend::CLanguages languages(GARDEND_CATALOGS);
     forEachFailingAllocation([&] {
@@ -69,7 +72,8 @@ TEST(StatusPageFaults, LeaveNothingOutUnnoticed) {
 
 // Not for leaks: schedules that are withdrawn again leave their records behind.
 TEST(WateringPlanFaults, LeaveThePlanAsItWasOrWithTheNewSchedule) {
-    gardend::CZone zone("roses", 500, 60);
+    gardend::FakeDrivers drivers;
+    gardend::CZone zone("roses", 1, 60, drivers.wiring());
     zol::CEventLoop loop;
     bool failed = true;
     for (int nth = 1; failed; ++nth) {

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "drivers.h"
+#include "gardend_drivers.h"
 #include "status_page.h"
 #include "text.h"
 #include "watering_plan.h"
@@ -39,24 +41,26 @@ void advance(CGarden& garden, const zol::CTime& passed) {
     }
 }
 
-TEST(Garden, StartsWithAllValvesClosed) {
-    const CGarden garden;
+// A garden with drivers that obey, and no clock.
+class Garden : public ::testing::Test {
+  protected:
+    FakeDrivers drivers;
+    CGarden garden{drivers.wiring()};
+};
 
+TEST_F(Garden, StartsWithAllValvesClosed) {
     EXPECT_EQ(0, garden.getOpenCount());
     EXPECT_EQ(0, garden.getMillilitres());
 }
 
-TEST(Garden, OpensTheValveOfOneZone) {
-    CGarden garden;
-
+TEST_F(Garden, OpensTheValveOfOneZone) {
     roses(garden).open();
 
     EXPECT_TRUE(roses(garden).isOpen());
     EXPECT_EQ(1, garden.getOpenCount());
 }
 
-TEST(Garden, ClosesTheValveAgain) {
-    CGarden garden;
+TEST_F(Garden, ClosesTheValveAgain) {
     roses(garden).open();
 
     roses(garden).close();
@@ -64,17 +68,14 @@ TEST(Garden, ClosesTheValveAgain) {
     EXPECT_FALSE(roses(garden).isOpen());
 }
 
-TEST(Garden, FindsOnlyTheZonesThatItHas) {
-    CGarden garden;
-
+TEST_F(Garden, FindsOnlyTheZonesThatItHas) {
     EXPECT_STREQ("hedge", zone(garden, "hedge").getName());
     EXPECT_EQ(nullptr, garden.findZone("desert"));
     EXPECT_EQ(nullptr, garden.findZone(""));
     EXPECT_EQ(nullptr, garden.findZone("rose"));
 }
 
-TEST(Garden, DeliversWaterWhileAValveIsOpen) {
-    CGarden garden;
+TEST_F(Garden, DeliversWaterWhileAValveIsOpen) {
     zone(garden, "roses").open();
 
     advance(garden, kSecond);
@@ -85,8 +86,7 @@ TEST(Garden, DeliversWaterWhileAValveIsOpen) {
     EXPECT_EQ(60, garden.getMillilitres());
 }
 
-TEST(Garden, DeliversAsMuchInManyShortTicksAsInALongOne) {
-    CGarden garden;
+TEST_F(Garden, DeliversAsMuchInManyShortTicksAsInALongOne) {
     zone(garden, "roses").open();
 
     for (int i = 0; i < 1000; ++i) {
@@ -94,36 +94,133 @@ TEST(Garden, DeliversAsMuchInManyShortTicksAsInALongOne) {
     }
 
     EXPECT_EQ(60, roses(garden).getMillilitres());
-    EXPECT_EQ(315, roses(garden).getMoisturePermille());
 }
 
-TEST(Garden, GetsWetUntilItIsSoaked) {
-    CGarden garden;
-    zone(garden, "roses").open();
-
-    advance(garden, zol::CTime(3600 * kSecond.getMicroseconds()));
-
-    EXPECT_EQ(1000, roses(garden).getMoisturePermille());
-}
-
-TEST(Garden, DriesUntilItIsDry) {
-    CGarden garden;
-
-    advance(garden, zol::CTime(10 * kSecond.getMicroseconds()));
-    EXPECT_EQ(309, roses(garden).getMoisturePermille());
-
-    advance(garden, zol::CTime(86400 * kSecond.getMicroseconds()));
-    EXPECT_EQ(0, roses(garden).getMoisturePermille());
-}
-
-TEST(Garden, ClosesAllValvesAtOnce) {
-    CGarden garden;
+TEST_F(Garden, ClosesAllValvesAtOnce) {
     zone(garden, "roses").open();
     zone(garden, "lawn").open();
 
     garden.closeAllValves();
 
     EXPECT_EQ(0, garden.getOpenCount());
+}
+
+TEST_F(Garden, MovesTheValveOfTheLine) {
+    EXPECT_TRUE(zone(garden, "vegetables").open());
+    EXPECT_TRUE(drivers.isOpen[2]);
+
+    EXPECT_TRUE(zone(garden, "vegetables").close());
+    EXPECT_FALSE(drivers.isOpen[2]);
+}
+
+TEST_F(Garden, MovesAValveOnlyWhenThatChangesSomething) {
+    roses(garden).open();
+    roses(garden).open();
+    roses(garden).close();
+    roses(garden).close();
+
+    EXPECT_EQ(2, drivers.calls);
+}
+
+TEST_F(Garden, LeavesAValveClosedThatDoesNotOpen) {
+    drivers.obeys = false;
+
+    EXPECT_FALSE(roses(garden).open());
+
+    EXPECT_FALSE(roses(garden).isOpen());
+}
+
+TEST_F(Garden, KnowsAValveThatDoesNotClose) {
+    roses(garden).open();
+    drivers.obeys = false;
+
+    EXPECT_FALSE(roses(garden).close());
+
+    EXPECT_TRUE(roses(garden).isOpen());
+}
+
+TEST_F(Garden, AsksTheDriverOfAValveThatDoesNotCloseWhetherItOpens) {
+    roses(garden).open();
+    drivers.obeys = false;
+    roses(garden).close();
+
+    EXPECT_FALSE(roses(garden).open());
+    drivers.obeys = true;
+    EXPECT_TRUE(roses(garden).open());
+
+    EXPECT_TRUE(roses(garden).isOpen());
+    EXPECT_TRUE(roses(garden).close());
+}
+
+TEST_F(Garden, ShowsWhatTheSensorOfTheLineSays) {
+    drivers.moisture[1] = 77;
+
+    advance(garden, kMillisecond);
+
+    EXPECT_EQ(77, roses(garden).getMoisturePermille());
+    EXPECT_EQ(420, zone(garden, "lawn").getMoisturePermille());
+}
+
+TEST_F(Garden, KeepsTheLastAnswerOfASensorThatAnswersNoMore) {
+    advance(garden, kMillisecond);
+
+    drivers.moisture[1] = -1;
+    drivers.moisture[2] = 1001;
+    advance(garden, kMillisecond);
+
+    EXPECT_EQ(310, roses(garden).getMoisturePermille());
+    EXPECT_EQ(550, zone(garden, "vegetables").getMoisturePermille());
+}
+
+TEST(GardenWatcher, IsToldOfValvesThatMove) {
+    class Watcher : public IValveWatcher {
+      public:
+        void onValve(const char* zone, bool isOpen) override {
+            told += std::string(zone) + (isOpen ? " open;" : " closed;");
+        }
+        std::string told;
+    };
+    FakeDrivers drivers;
+    Watcher watcher;
+    {
+        CGarden garden(drivers.wiring(&watcher));
+        roses(garden).open();
+        roses(garden).open();
+        roses(garden).close();
+        zone(garden, "lawn").open();
+    }
+
+    EXPECT_EQ("roses open;roses closed;lawn open;lawn closed;", watcher.told);
+}
+
+TEST(Drivers, AreThoseThatWereAttachedFirst) {
+    const CDrivers drivers("");
+    FakeDrivers one;
+    FakeDrivers other;
+    EXPECT_EQ(nullptr, drivers.getValves());
+    EXPECT_EQ(nullptr, drivers.getSensors());
+
+    EXPECT_TRUE(attachValves(one));
+    EXPECT_FALSE(attachValves(other));
+    EXPECT_TRUE(attachSensors(other));
+
+    EXPECT_EQ(&one, drivers.getValves());
+    EXPECT_EQ(&other, drivers.getSensors());
+    detachValves(one);
+    detachSensors(other);
+}
+
+TEST(Drivers, AreTakenBackByTheirOwnersOnly) {
+    const CDrivers drivers("");
+    FakeDrivers one;
+    FakeDrivers other;
+    EXPECT_TRUE(attachValves(one));
+
+    detachValves(other);
+    EXPECT_EQ(&one, drivers.getValves());
+
+    detachValves(one);
+    EXPECT_EQ(nullptr, drivers.getValves());
 }
 
 TEST(MoistureLog, KeepsTheLowestTheMeanAndTheHighestOfADay) {
@@ -179,12 +276,14 @@ class StatusPage : public ::testing::Test {
         ASSERT_LT(0, m_plan.add({&zone(m_garden, name), days, hour, minute, minutes}));
     }
 
-    CGarden m_garden;
+    FakeDrivers m_drivers;
+    CGarden m_garden{m_drivers.wiring()};
     CWateringPlan m_plan{nullptr};  // is not asked to follow the clock
 };
 
 TEST_F(StatusPage, ShowsAZoneInARow) {
     roses(m_garden).open();
+    m_drivers.moisture[1] = 315;
     advance(m_garden, kSecond);
 
     EXPECT_THAT(page(), HasSubstr("<tr><td>roses</td><td class=\"open\">open</td>"

@@ -10,6 +10,7 @@
 #include "zol/sched.h"
 
 #include "garden.h"
+#include "gardend_drivers.h"
 #include "http_parser.h"
 #include "http_server.h"
 #include "languages.h"
@@ -437,6 +438,8 @@ TEST(HttpAnswer, NamesEveryErrorOfTheParser) {
 
 class GardenSite : public ::testing::Test {
   protected:
+    GardenSite() { look(m_garden); }
+
     HttpAnswer ask(const char* method, const char* path, const char* languages = "") {
         HttpRequest request;
         request.method = method;
@@ -447,7 +450,8 @@ class GardenSite : public ::testing::Test {
         return answer;
     }
 
-    CGarden m_garden;
+    FakeDrivers m_drivers;
+    CGarden m_garden{m_drivers.wiring()};
     CWateringPlan m_plan{nullptr};  // is not asked to follow the clock
     CLanguages m_languages{GARDEND_CATALOGS};
 };

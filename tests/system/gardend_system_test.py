@@ -52,12 +52,28 @@ def until(condition, what):
         select.select([], [], [], 0.005)
 
 
+def is_running(pid):
+    """Whether there is such a process, and it has not ended: who waits for it may be slow."""
+    try:
+        with open("/proc/%d/stat" % pid) as file:
+            return file.read().rsplit(")", 1)[1].split()[0] != "Z"
+    except FileNotFoundError:
+        return False
+
+
+def is_child(descriptor):
+    try:
+        return os.readlink(descriptor) == "anon_inode:[pidfd]"
+    except FileNotFoundError:
+        return False
+
+
 class Daemon:
     """A gardend that has said that it is ready."""
 
     def __init__(self, folder, *options, wrapper=None, environment=None):
         self.control = os.path.join(folder, "control")
-        self.log = open(os.path.join(folder, "log"), "w+")
+        self.log = open(os.path.join(folder, "log"), "w")
         self.process = subprocess.Popen(
             [*(wrapper or WRAPPER), os.path.join(PROGRAMS, "gardend"), "--listen", "127.0.0.1:0",
              "--socket", self.control, "--tick", "10", "--log-stderr", *options],
@@ -74,8 +90,9 @@ class Daemon:
         self.initial_descriptors = self.descriptors()
 
     def descriptors(self):
-        """How many there are."""
-        return len(os.listdir("/proc/%d/fd" % self.process.pid))
+        """How many there are, but for those that stand for children."""
+        folder = "/proc/%d/fd" % self.process.pid
+        return sum(not is_child(os.path.join(folder, name)) for name in os.listdir(folder))
 
     def wait(self):
         try:
@@ -84,8 +101,8 @@ class Daemon:
             self.process.kill()
 
     def read_log(self):
-        self.log.seek(0)
-        return self.log.read()
+        with open(self.log.name) as log:
+            return log.read()
 
     def close(self):
         self.process.kill()
@@ -658,6 +675,149 @@ class Moisture(GardendTest):
         until(lambda: count() > 1, "a second sample")
 
 
+class Drivers(GardendTest):
+    """Drivers in a folder of the test."""
+
+    def start_daemon(self):
+        self.drivers = os.path.join(self.folder.name, "drivers")
+        os.mkdir(self.drivers)
+        for file in os.listdir(os.path.join(PROGRAMS, "drivers")):
+            if file.startswith("sim_"):
+                shutil.copy(os.path.join(PROGRAMS, "drivers", file), self.drivers)
+        self.prepare()
+        return Daemon(self.folder.name, "--drivers", os.path.join(self.drivers, "*.so"))
+
+    def prepare(self):
+        pass
+
+    def test_are_listed_after_what_they_depend_on(self):
+        self.assertEqual((0, "sim_soil.so -\nsim_sensor.so sensors\nsim_valve.so valves\n", ""),
+                         self.gardenctl("plugins"))
+
+
+class DriversThatAreBroken(Drivers):
+    def prepare(self):
+        with open(os.path.join(self.drivers, "a_note.so"), "w") as file:
+            file.write("no library")
+        with open(os.path.join(self.drivers, "sim_sensor.so.dep"), "a") as file:
+            file.write(":nowhere.so")
+
+    def test_are_missed_and_logged(self):
+        log = self.daemon.read_log()
+        self.assertIn(os.path.join(self.drivers, "a_note.so"), log)
+        self.assertIn(os.path.join(self.drivers, "nowhere.so"), log)
+
+
+class DriversThatAreThereTwice(Drivers):
+    def prepare(self):
+        for name in ("sim_valve.so", "sim_valve.so.dep"):
+            shutil.copy(os.path.join(self.drivers, name),
+                        os.path.join(self.drivers, name.replace("valve", "valve_again")))
+
+    def test_are_listed_after_what_they_depend_on(self):
+        self.assertEqual((0, "sim_soil.so -\nsim_sensor.so sensors\nsim_valve.so valves\n"
+                          "sim_valve_again.so -\n", ""), self.gardenctl("plugins"))
+
+
+class Children(GardendTest):
+    """What gardend starts leaves traces in the folder of the test."""
+
+    def path(self, name):
+        return os.path.join(self.folder.name, name)
+
+    def read(self, name):
+        try:
+            with open(self.path(name)) as file:
+                return file.read()
+        except FileNotFoundError:
+            return ""
+
+    def script(self, name, *lines):
+        with open(self.path(name), "w") as file:
+            file.write("\n".join(("#!/bin/sh", "cd '%s' || exit" % self.folder.name, *lines)) + "\n")
+        os.chmod(self.path(name), 0o700)
+        return self.path(name)
+
+    def job(self, name):
+        """What follows the name of a job: state, pid, runs, failures, last."""
+        return re.search("(?m)^%s (.*)$" % name, self.ask(b"jobs\n")).group(1).split(" ")
+
+
+class Jobs(Children):
+    def start_daemon(self):
+        self.script("test", "echo x >>ran", '[ "$(cat ran)" != x ]')
+        self.script("helper", "sleep 1000 & echo $! >sleeper; wait")
+        daemon = Daemon(self.folder.name, "--job", "test=" + self.path("test"),
+                        "--job", "helper=exec " + self.path("helper"), "--job", "quiet=echo noise")
+        until(lambda: "job quiet started" in daemon.read_log(), "the start of the last job")
+        daemon.initial_descriptors = daemon.descriptors()
+        return daemon
+
+    def test_are_started_again_until_they_succeed(self):
+        until(lambda: self.job("test") == ["idle", "-", "2", "1", "0"], "a second run")
+        self.assertEqual("x\nx\n", self.read("ran"))
+        log = self.daemon.read_log()
+        self.assertIn("job test failed (1); again in 1 s", log)
+        self.assertIn("job test done", log)
+
+    def test_are_run_when_somebody_asks(self):
+        until(lambda: self.job("quiet")[0] == "idle", "the end of a job")
+        self.assertEqual((0, "", ""), self.gardenctl("run", "quiet"))
+        until(lambda: self.job("quiet") == ["idle", "-", "2", "0", "0"], "the end of a job")
+        self.assertEqual((1, "", "gardenctl: no such job\n"), self.gardenctl("run", "ivy"))
+        self.assertEqual((1, "", "gardenctl: diesen Auftrag gibt es nicht\n"),
+                         self.gardenctl("--lang", "de", "run", "ivy"))
+        self.assertEqual((1, "", "gardenctl: la tâche est déjà en cours\n"),
+                         self.gardenctl("--lang", "fr", "run", "helper"))
+
+    def test_are_started_again_when_they_are_killed(self):
+        state, pid, runs, failures, last = self.job("helper")
+        self.assertEqual(("running", "1", "0", "-"), (state, runs, failures, last))
+        until(lambda: self.read("sleeper").endswith("\n"), "its child")
+        os.kill(int(pid), signal.SIGKILL)
+        os.kill(int(self.read("sleeper")), signal.SIGKILL)  # which has lived on
+        until(lambda: re.fullmatch(r"running \d+ 2 1 signal-9", " ".join(self.job("helper"))),
+              "another run")
+
+    def test_are_ended_with_all_that_they_have_started(self):
+        until(lambda: self.read("sleeper").endswith("\n"), "its child")
+        sleeper = int(self.read("sleeper"))
+        self.daemon.process.send_signal(signal.SIGTERM)
+        self.assertEqual(0, self.daemon.wait())
+        until(lambda: not is_running(sleeper), "the end of what a job has started")
+
+    def test_do_not_write_where_scripts_read(self):
+        until(lambda: self.job("quiet")[0] == "idle", "the end of a job")
+        self.daemon.process.send_signal(signal.SIGTERM)
+        self.assertEqual(0, self.daemon.wait())
+        self.assertEqual(b"", self.daemon.process.stdout.read())
+
+
+class Hook(Children):
+    def start_daemon(self):
+        return Daemon(self.folder.name, "--hook", self.script("it's a hook", 'echo "$#: $*" >>told'))
+
+    def test_hears_what_the_valves_do(self):
+        self.ask(b"open roses\nopen roses\nclose roses\nopen lawn\nclose lawn\n")
+        until(lambda: self.read("told").splitlines() == [
+            "2: roses open", "2: roses closed", "2: lawn open", "2: lawn closed"], "the hook")
+
+    def test_hears_of_the_valves_that_are_closed_at_the_end(self):
+        self.ask(b"open roses\nopen lawn\n")
+        self.daemon.process.send_signal(signal.SIGTERM)
+        self.assertEqual(0, self.daemon.wait())
+        until(lambda: sorted(self.read("told").splitlines()) == [
+            "2: lawn closed", "2: lawn open", "2: roses closed", "2: roses open"], "the hook")
+
+
+class HookThatIsNotThere(GardendTest):
+    options = ("--hook", "/nowhere/hook")
+
+    def test_is_logged(self):
+        self.assertEqual("OK\n", self.ask(b"open roses\n"))
+        self.assertIn("the hook cannot be started: No such file", self.daemon.read_log())
+
+
 class VirtualTime(GardendTest):
     """The daemon under a clock that moves only when it is told to, from a Monday on."""
 
@@ -1077,7 +1237,13 @@ class Start(unittest.TestCase):
                           ("--tick", "99999999999999999999"), ("--timeout", " 1"), ("--tick",),
                           ("--socket", ""), ("--socket", "/" + "x" * 108), ("--bad",), ("word",),
                           ("--sample", "0"), ("--sample", "86401"), ("--sample", ""),
-                          ("--wait-for-clock=yes",), ("--texts", ""), ("--texts",)):
+                          ("--wait-for-clock=yes",), ("--texts", ""), ("--texts",),
+                          ("--drivers", ""), ("--hook", ""), ("--job", "test"), ("--job", "test="),
+                          ("--job", "=true"), ("--job", "a test=true"), ("--job", "é=true"),
+                          ("--job", "x" * 32 + "=true"), ("--job", "a=true", "--job", "a=false"),
+                          tuple(word for i in range(17) for word in ("--job", "a%d=true" % i)),
+                          ("--job-user", ""), ("--job-user", "nobody at all"),
+                          ("--job-user", "x" * 40)):
             status, output, complaint = self.gardend(*arguments)
             self.assertEqual((2, ""), (status, output), arguments)
             self.assertTrue(complaint)
@@ -1085,6 +1251,16 @@ class Start(unittest.TestCase):
     def test_helps(self):
         status, output, _ = self.gardend("--help")
         self.assertEqual((0, "Usage:"), (status, output[:6]))
+
+    def test_is_refused_without_drivers(self):
+        for file, missing in (("sim_sensor.so", "valves"), ("sim_valve.so", "sensors")):
+            status, output, complaint = self.gardend(
+                "--drivers", os.path.join(PROGRAMS, "drivers", file), "--socket", self.path)
+            self.assertEqual((1, ""), (status, output))
+            self.assertIn("no driver for the %s: see --drivers" % missing, complaint)
+        status, output, complaint = self.gardend("--drivers", os.path.join(self.folder, "*.so"))
+        self.assertEqual((1, ""), (status, output))
+        self.assertIn("no driver for the valves", complaint)
 
     def test_does_not_remove_a_file_that_is_no_socket(self):
         with open(self.path, "w") as file:

@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "garden.h"
+#include "gardend_drivers.h"
+#include "sim_soil.h"
 #include "support/virtual_loop.h"
 #include "watering_plan.h"
 
@@ -24,6 +26,21 @@ constexpr zol::CTime kSecond(1000000);
 constexpr zol::CTime kMinute(60000000);
 constexpr zol::CTime kTenMinutes(600000000);
 constexpr zol::CTime kDay(86400000000);
+
+// What the simulated drivers do, for one test each.
+class SoilDrivers : public FakeDrivers {
+  public:
+    bool setValve(int line, bool open) override {
+        const bool moves = FakeDrivers::setValve(line, open);
+        m_soils[line].setWatered(isOpen[line]);
+        return moves;
+    }
+
+    int readMoisture(int line) override { return m_soils[line].getMoisturePermille(); }
+
+  private:
+    CSoil m_soils[kLineCount] = {CSoil(420), CSoil(310), CSoil(550), CSoil(280)};
+};
 
 // A garden in virtual time. It is Monday, 2026-11-16, midnight.
 class GardenInTime : public ::testing::Test {
@@ -48,7 +65,8 @@ class GardenInTime : public ::testing::Test {
 
     ZoneGuard m_utc{"UTC0"};
     VirtualLoop m_loop;
-    CGarden m_garden;
+    SoilDrivers m_drivers;
+    CGarden m_garden{m_drivers.wiring()};
 };
 
 using RunTime = GardenInTime;
@@ -195,7 +213,7 @@ TEST_F(GardenInTime, SamplesAllZonesWithOneTimerAndTicksWithAnother) {
 
 TEST_F(GardenInTime, LeavesNoTimerBehind) {
     {
-        CGarden garden;
+        CGarden garden(m_drivers.wiring());
         ASSERT_TRUE(garden.start(m_loop.get(), kSecond, kMinute));
         garden.findZone("roses")->openFor(kMinute);
     }
@@ -240,6 +258,80 @@ TEST_F(GardenInTime, ForgetsTheSamplesOfYesterday) {
 
     EXPECT_EQ(1, zone("roses").getMoistureLog().getCount());
     EXPECT_EQ(610, zone("roses").getMoistureLog().getLowest());
+}
+
+TEST_F(GardenInTime, ClosesAtItsStartWhateverTheLastOneHasLeftOpen) {
+    m_drivers.isOpen[3] = true;
+
+    start();
+
+    EXPECT_FALSE(m_drivers.isOpen[3]);
+}
+
+TEST_F(GardenInTime, TellsAValveAgainThatDoesNotClose) {
+    start();
+    zone("roses").openFor(kMinute);
+    m_drivers.obeys = false;
+    pass(kTenMinutes);
+    EXPECT_TRUE(zone("roses").isOpen());
+    EXPECT_TRUE(m_drivers.isOpen[1]);
+
+    m_drivers.obeys = true;
+    pass(kSecond);
+
+    EXPECT_FALSE(zone("roses").isOpen());
+    EXPECT_FALSE(m_drivers.isOpen[1]);
+}
+
+TEST_F(RunTime, WithAValveThatDoesNotOpenIsRefused) {
+    start();
+    m_drivers.obeys = false;
+
+    EXPECT_FALSE(zone("roses").openFor(kMinute));
+
+    EXPECT_EQ(0, zone("roses").getSecondsLeft());
+    EXPECT_THAT(VirtualLoop::armedTimersMs(), ElementsAre(1000, 60000));
+}
+
+// --- the soil ---
+
+class Soil : public GardenInTime {
+  protected:
+    CSoil m_soil{310};
+};
+
+TEST_F(Soil, LivesFromTheFirstLookOn) {
+    pass(kDay);
+    EXPECT_EQ(310, m_soil.getMoisturePermille());
+}
+
+TEST_F(Soil, GetsWetUntilItIsSoaked) {
+    m_soil.setWatered(true);
+
+    pass(kSecond);
+    EXPECT_EQ(315, m_soil.getMoisturePermille());
+    pass(kTenMinutes);
+    EXPECT_EQ(1000, m_soil.getMoisturePermille());
+}
+
+TEST_F(Soil, DriesUntilItIsDry) {
+    m_soil.setWatered(false);
+
+    pass(zol::CTime(10 * kSecond.getMicroseconds()));
+    EXPECT_EQ(309, m_soil.getMoisturePermille());
+    pass(kDay);
+    EXPECT_EQ(0, m_soil.getMoisturePermille());
+}
+
+TEST_F(Soil, GetsAsWetInManyShortTimesAsInALongOne) {
+    m_soil.setWatered(true);
+
+    for (int i = 0; i < 1000; ++i) {
+        pass(zol::CTime(1000));
+        (void)m_soil.getMoisturePermille();
+    }
+
+    EXPECT_EQ(315, m_soil.getMoisturePermille());
 }
 
 // --- the plan ---

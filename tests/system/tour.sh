@@ -22,7 +22,10 @@ repeat_until() {  # PATTERN COMMAND
     done
 }
 
-start_daemon "gardend --listen 127.0.0.1:0 --socket control --tick 20"
+printf '#!/bin/sh\necho "$*" >>told\n' >hook
+chmod +x hook
+start_daemon "gardend --listen 127.0.0.1:0 --socket control --tick 20 --hook ./hook \
+--job self-test=true --job 'helper=sleep 1000'"
 
 echo
 echo "--- The status page, for people and for programs ---"
@@ -54,6 +57,19 @@ expect 0 '^next (roses|lawn) [a-z]{3} (06:30|21:00)$' "gardenctl --socket contro
 expect 0 '<td>mon,wed,fri</td><td>06:30</td>' "curl -s $url | grep mon,wed,fri"
 expect 0 '^$' "gardenctl --socket control schedule remove 1"
 expect 0 '^2 lawn daily 21:00 30$' "gardenctl --socket control schedule list"
+
+echo
+echo "--- Drivers are plug-ins; jobs and hooks are programs of their own ---"
+expect 0 '^sim_valve.so valves$' "gardenctl --socket control plugins"
+repeat_until '^self-test idle - 1 0 0$' "gardenctl --socket control jobs"
+expect 0 '^helper running [0-9]+ 1 0 -$' "gardenctl --socket control jobs"
+expect 0 '^$' "gardenctl --socket control run self-test"
+expect 1 'the job is running' "gardenctl --socket control run helper"
+repeat_until '^self-test idle - 2 0 0$' "gardenctl --socket control jobs"
+expect 0 '^self-test idle - 2 0 0$' "gardenctl --socket control jobs"
+expect 0 '^$' "gardenctl --socket control close lawn"
+repeat_until '^lawn closed$' "cat told"
+expect 0 '^lawn closed$' "cat told"
 
 echo
 echo "--- In the language of the reader ---"

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+#ifndef GARDEND_CHILD_STATUS_H
+#define GARDEND_CHILD_STATUS_H
+
+#include <sys/wait.h>
+
+#include "zol/process.h"
+
+#include "text.h"
+
+namespace gardend {
+
+/** @return in one word how a child has ended: "0" to "255", "signal-15", or "lost" */
+inline CShort describeStatus(int status) {
+    if (status == XEXEC_STATUS_LOST) {
+        return CShort("lost");
+    }
+    return WIFEXITED(status) ? CShort("%d", WEXITSTATUS(status))
+                             : CShort("signal-%d", WTERMSIG(status));
+}
+
+}  // namespace gardend
+
+#endif
