@@ -11,8 +11,8 @@
 namespace zol {
 
 CDynLib::CDynLib(const char* file) : m_handle(nullptr) {
-    static_assert(sizeof(void*) != 4 || (sizeof(CDynLib) == 8 && offsetof(CDynLib, m_handle) == 4),
-                  "32-bit layout");
+    static_assert(sizeof(CDynLib) == 2 * sizeof(void*) &&
+                  offsetof(CDynLib, m_handle) == sizeof(void*));
     (void)open(file);
 }
 

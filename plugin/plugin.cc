@@ -21,7 +21,7 @@ int CPlugInInstance::onUpdate(CDynLib&, int* settled) {
 
 // --- one plug-in ---
 
-static_assert(sizeof(void*) != 4 || sizeof(CPlugIn) == 12);
+static_assert(sizeof(CPlugIn) == 3 * sizeof(void*));
 
 bool CPlugIn::open(const char* file, CDynLib& host) {
     if (isOpen()) {

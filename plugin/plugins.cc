@@ -97,25 +97,24 @@ bool readDependencies(const char* file, CStr& list) {
 class Matches {
   public:
     explicit Matches(const char* pattern) : m_found() {
-        m_isFound = glob(pattern, 0, nullptr, &m_found) == 0;
+        (void)glob(pattern, 0, nullptr, &m_found);  // none, where it fails
     }
     ~Matches() { globfree(&m_found); }
     Matches(const Matches&) = delete;
     Matches& operator=(const Matches&) = delete;
 
-    size_t count() const { return m_isFound ? m_found.gl_pathc : 0; }
+    size_t count() const { return m_found.gl_pathc; }
     const char* operator[](size_t index) const { return m_found.gl_pathv[index]; }
 
   private:
     glob_t m_found;
-    bool m_isFound;
 };
 
 }  // namespace
 
 CPlugIns::CPlugIns() : m_host(nullptr) {
-    static_assert(sizeof(void*) != 4 || (sizeof(CPlugIns) == 12 && offsetof(CPlugIns, m_host) == 4),
-                  "32-bit layout");
+    static_assert(sizeof(CPlugIns) == 3 * sizeof(void*) &&
+                  offsetof(CPlugIns, m_host) == sizeof(void*));
 }
 
 CPlugIns::~CPlugIns() {

@@ -76,8 +76,9 @@ class ZOL_API CDynLib {
      * Opens a library with all that it is linked with, whose symbols have to be found at once; its
      * own become visible to all libraries that are opened later.
      *
-     * @param file  a path, or a name without "/" that the loader searches for; null for the main
-     *              program
+     * @param file  a path; or a name without "/", which the loader looks for where it looks for the
+     *              libraries of libzol, not in the working folder; null, and with glibc "", for the
+     *              main program
      * @return      whether it is open
      *
      * What was open before is closed afterwards, whether or not the new one could be opened.
@@ -137,9 +138,11 @@ class ZOL_API CPlugInInstance {
 };
 
 /**
- * One plug-in: a library with an entry function, zol_getPlugIn().
+ * One plug-in: a library with an entry function, zol_getPlugIn(), its own or of a library that it
+ * is linked with.
  *
- * What will bite: destroying an open plug-in closes its library without onClose().
+ * What will bite: destroying an open plug-in closes its library without onClose(); and closing one
+ * as a CDynLib leaves an instance that is not there any more.
  */
 class ZOL_API CPlugIn : public CDynLib {
   public:
@@ -181,8 +184,10 @@ class ZOL_API CPlugIn : public CDynLib {
  * The plug-ins of a program, in the order in which they were loaded.
  *
  * Plug-ins may add and remove others, also while they are loaded, updated or closed. What will
- * bite: one that removes itself returns to code that is not there any more; and plug-ins live in a
- * table that moves when one is added, so a CPlugIn* is good until something is added or removed.
+ * bite: one that removes itself returns to code that is not there any more; plug-ins live in a
+ * table that moves when one is added, so a CPlugIn* is good until something is added or removed;
+ * and a manager must be destroyed before main() returns, for static objects of plug-ins go before
+ * one that is static.
  *
  * An exception of a plug-in passes through: one of the entry function or of onLoad() leaves the
  * plug-in loaded with what it has, to be removed; one of onClose() leaves it loaded without its
@@ -221,7 +226,8 @@ class ZOL_API CPlugIns {
 
     /**
      * Loads all files that match one of the patterns of glob(7), which ":" separates: pattern by
-     * pattern, and sorted within each. Then updateAll(), whatever was loaded.
+     * pattern, and sorted within each. Then updateAll(), whatever was loaded. A pattern for files
+     * of the working folder has to begin with "./", see CDynLib::open().
      */
     void addPatterns(const char* patterns);
 

@@ -310,4 +310,29 @@ TEST_F(Dependencies, ThatAreNotNamedAreMissed) {
                                         ": undefined symbol: textOfProvider"}));
 }
 
+TEST_F(Dependencies, OneThatAddsWhoNamesItMakesThatTwoRows) {
+    dir.add("a.so", "core.so");
+    dir.add("core.so");
+    dir.on("onLoad core.so", [this](int*) {
+        EXPECT_TRUE(load("a.so"));
+        return 0;
+    });
+
+    EXPECT_TRUE(load("a.so"));
+
+    EXPECT_THAT(dir.calledTo("onLoad"), ElementsAre("core.so", "a.so", "a.so"));
+}
+
+TEST_F(Dependencies, OfRowsOfOneNameTheFirstIsFoundAndRemoved) {
+    dir.add("a.so", "b.so");
+    dir.add("b.so", "a.so");
+    ASSERT_TRUE(load("a.so"));
+    EXPECT_EQ(&manager->getPlugIns()[0], manager->findPlugIn(dir.path("a.so").c_str()));
+
+    EXPECT_TRUE(remove("a.so"));
+
+    EXPECT_EQ(dir.path("b.so"), manager->getPlugIns()[0].getName().get());
+    EXPECT_EQ(dir.path("a.so"), manager->getPlugIns()[1].getName().get());
+}
+
 }  // namespace

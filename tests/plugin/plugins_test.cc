@@ -115,6 +115,12 @@ TEST_F(AddPlugIn, UpdatesAllWhenAskedAndLoaded) {
     EXPECT_THAT(dir.calledTo("onUpdate"), ElementsAre("a.so", "b.so"));
 }
 
+TEST_F(AddPlugIn, UpdatesAllForAnyWishOtherThanNought) {
+    ASSERT_TRUE(loadNew("a.so", -1));
+
+    EXPECT_THAT(dir.calledTo("onUpdate"), ElementsAre("a.so"));
+}
+
 TEST_F(AddPlugIn, IsRefusedAboveTheTenthLevel) {
     dir.add("a.so");
 
@@ -185,6 +191,16 @@ class AddPatterns : public PlugInTest {
         manager->addPatterns(list.c_str());
     }
 };
+
+TEST_F(AddPatterns, KnowsNoBracesAndLetsABackslashTakeAwayAMeaning) {
+    dir.add("a.so");
+    dir.add("{a,b}.so");
+    dir.add("*.so");
+
+    add({"{a,b}.so", "\\*.so"});
+
+    EXPECT_THAT(dir.calledTo("onLoad"), ElementsAre("{a,b}.so", "*.so"));
+}
 
 TEST_F(AddPatterns, LoadsWhatMatchesPatternByPatternAndSorted) {
     for (const char* name : {"b.so", "z.so", "a.so", "y.so", "c.la"}) {

@@ -3,7 +3,7 @@
 
 // A library that is not a plug-in.
 
-extern "C" int answerOfNoEntry();
+extern "C" __attribute__((visibility("default"))) int answerOfNoEntry();
 
 int answerOfNoEntry() {
     return 42;

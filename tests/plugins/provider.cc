@@ -5,7 +5,7 @@
 
 #include "zol/plugin.h"
 
-extern "C" const char* textOfProvider();
+extern "C" __attribute__((visibility("default"))) const char* textOfProvider();
 
 const char* textOfProvider() {
     return "provided";

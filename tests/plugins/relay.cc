@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include <zol/plugin.h>
 
+namespace {
+
 class CRelay : public zol::CPlugInInstance {
   public:
     void onLoad(zol::CDynLib& host) override {
@@ -22,6 +24,8 @@ class CRelay : public zol::CPlugInInstance {
 
     Switch m_switch = nullptr;
 };
+
+}  // namespace
 
 zol::CPlugInInstance* zol_getPlugIn() {
     static CRelay relay;

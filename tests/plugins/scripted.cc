@@ -31,7 +31,9 @@ class CScripted : public zol::CPlugInInstance {
     static int call(zol::CDynLib& host, const char* name, int* settled) {
         const auto called =
             reinterpret_cast<decltype(&plugInCalled)>(host.getSymbol("plugInCalled"));
-        return called(name, ownFile(), settled);
+        // Not by the symbol alone: a closed library finds those of the program, too.
+        const bool isHost = host.isOpen() && host.getName().isEmpty();
+        return called(isHost ? name : "other host", ownFile(), settled);
     }
 };
 
