@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <stdarg.h>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "zol/plugin.h"
@@ -20,7 +21,8 @@ using zol::CDynLib;
 namespace {
 
 std::vector<std::string>* calls = nullptr;
-int library = 0;  // whose address is the handle of everything
+bool tellsClose = false;  // on the standard error
+int library = 0;          // whose address is the handle of everything
 
 }  // namespace
 
@@ -41,6 +43,9 @@ void* dlopen(const char* file, int mode) noexcept {
 }
 
 int dlclose(void* handle) noexcept {
+    if (tellsClose) {
+        (void)!write(STDERR_FILENO, "closed\n", 7);
+    }
     if (calls == nullptr) {
         return reinterpret_cast<int (*)(void*)>(dlsym(RTLD_NEXT, "dlclose"))(handle);
     }
@@ -73,6 +78,16 @@ class LoaderCalls : public testing::Test {
 
     std::vector<std::string> made;
 };
+
+TEST(LoaderCallsDeathTest, TheHandleOfTheProcessIsClosedWhenItEnds) {
+    EXPECT_EXIT(
+        {
+            (void)xlib_get_symbol("malloc");
+            tellsClose = true;
+            exit(0);
+        },
+        testing::ExitedWithCode(0), "closed");
+}
 
 TEST_F(LoaderCalls, ALibraryIsOpenedAtOnceAndForAll) {
     const CDynLib opened("moon.so");
