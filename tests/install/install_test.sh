@@ -16,7 +16,7 @@ stage=$work/moved
 pc=$(find "$stage" -name zol.pc)
 libdir=$(dirname "$(dirname "$pc")")
 
-# Without help for the loader: libzol finds libevlp by itself.
+# Without help for the loader: libzol finds its services by itself.
 run() {
     answer=$("$@")
     echo "$(basename "$1"): $answer"
