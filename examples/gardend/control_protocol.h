@@ -35,12 +35,14 @@
  *                               sentences behind "ERROR", from now on, on this connection
  *     plugins                   for each plug-in "FILE DRIVES", in the order in which they were
  *                               loaded: "sim_valve.so valves". DRIVES is valves, sensors,
- *                               valves,sensors, or "-" for a library that drives nothing
+ *                               valves,sensors, or "-" for a library that drives nothing; FILE is
+ *                               "?" when its name has control characters, or is not UTF-8
  *     jobs                      for each job "NAME STATE PID RUNS FAILURES LAST": STATE is idle,
  *                               running, or waiting to be started again after a failure; PID is
  *                               "-" unless it is running; LAST says how it has ended last: its exit
  *                               status, "signal-9", "unstarted", "lost", or "-": not yet
- *     run NAME                  none; the job is started now, also when it is waiting
+ *     run NAME                  none; the job is started now, also when it is waiting. Refused
+ *                               while it is running
  *     quit                      none; the daemon ends
  *
  * DAYS is "daily", or a list of mon, tue, wed, thu, fri, sat, sun with commas: "mon,wed,fri".

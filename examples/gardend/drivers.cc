@@ -16,11 +16,10 @@ ISensorDriver* sensorDriver = nullptr;
 
 template <class Driver>
 bool attachTo(Driver*& place, Driver& driver) {
-    if (place != nullptr) {
-        return false;
+    if (place == nullptr) {
+        place = &driver;
     }
-    place = &driver;
-    return true;
+    return place == &driver;
 }
 
 template <class Driver>
@@ -70,20 +69,23 @@ void CDrivers::list(CText& out) const {
     for (const zol::CPlugIn& plugIn : m_plugIns.getPlugIns()) {
         const char* const file = plugIn.getName().get();
         const char* const slash = strrchr(file, '/');
+        const char* const name = slash == nullptr ? file : slash + 1;
         const bool hasValves = isOf(plugIn.getInstance(), valveDriver);
         const bool hasSensors = isOf(plugIn.getInstance(), sensorDriver);
-        out.add(slash == nullptr ? file : slash + 1).add(" ");
+        out.add(isLine(name) ? name : "?").add(" ");
         out.add(hasValves ? "valves" : "").add(hasValves && hasSensors ? "," : "");
         out.add(hasSensors ? "sensors" : "").add(hasValves || hasSensors ? "\n" : "-\n");
     }
 }
 
 zol::CStr findDrivers() {
-    zol::CStr folder = findFolder("/drivers", "/../lib/gardend");
-    folder.replace(":", "?");  // which matches it, and separates nothing
+    const zol::CStr folder = findFolder("/drivers", "/../lib/gardend");
+    if (folder.isEmpty() || strchr(folder.get(), ':') != nullptr) {
+        return "";
+    }
     CText patterns;
     patterns.add(folder.get()).add("/*.so");
-    return folder.isEmpty() || !patterns.isWhole() ? "" : patterns.get();
+    return patterns.isWhole() ? patterns.get() : "";
 }
 
 }  // namespace gardend

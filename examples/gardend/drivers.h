@@ -33,8 +33,12 @@ class CDrivers {
     zol::CPlugIns m_plugIns;
 };
 
-/** @return the patterns of the drivers of this program: in "drivers" beside it, where it was built,
- *  or where both were installed */
+/**
+ * Finds the drivers of this program: in "drivers" beside it, or where both were installed.
+ *
+ * @return their pattern; empty when that folder has a ":" in its path, which would separate
+ *         patterns, and when there is no memory
+ */
 zol::CStr findDrivers();
 
 }  // namespace gardend

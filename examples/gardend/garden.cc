@@ -3,6 +3,7 @@
 #include "garden.h"
 
 #include <string.h>
+#include <syslog.h>
 
 namespace gardend {
 
@@ -16,6 +17,11 @@ CGarden::CGarden(const Wiring& wiring)
 CGarden::~CGarden() {
     zol::CTimerHandler::remove(m_tick);
     closeAllValves();
+    for (const CZone& zone : m_zones) {
+        if (zone.isOpen()) {
+            syslog(LOG_ERR, "the valve of %s is left open", zone.getName());
+        }
+    }
 }
 
 bool CGarden::start(evlp_thread_str* thread, const zol::CTime& tickPeriod,
@@ -35,6 +41,7 @@ bool CGarden::start(evlp_thread_str* thread, const zol::CTime& tickPeriod,
 void CGarden::onTick(int) {
     for (CZone& zone : m_zones) {
         zone.catchUp();
+        zone.retryClosing();
     }
 }
 

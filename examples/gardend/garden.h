@@ -19,7 +19,7 @@ class CGarden : public zol::CEventDest<CGarden, void> {
 
     explicit CGarden(const Wiring& wiring);
 
-    /** Closes the valves. */
+    /** Closes the valves; logs which do not. */
     ~CGarden() override;
 
     /**

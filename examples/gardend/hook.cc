@@ -7,16 +7,13 @@
 #include <string.h>
 #include <syslog.h>
 
-#include "child_status.h"
+#include "child.h"
 
 namespace gardend {
 
 namespace {
 
 constexpr zol::CTime kTimeLimit(60000000);
-
-// Scripts read the standard output of gardend; the terminal is its own.
-constexpr int kFlags = XEXEC_NEW_SESSION | XEXEC_NULL_INPUT | XEXEC_NULL_OUTPUT;
 
 }  // namespace
 
@@ -27,6 +24,8 @@ CHook::CHook(const char* program, evlp_thread_str* thread, const char* user)
 }
 
 CHook::~CHook() {
+    while (dropOvertaken() != nullptr) {
+    }
     while (!m_waiting.isEmpty()) {
         (void)m_process.detach();
         startNext();
@@ -37,14 +36,27 @@ void CHook::onValve(const char* zone, bool isOpen) {
     if (m_program == nullptr) {
         return;
     }
+    static_assert(kMaxWaiting > kLineCount, "so that of too many events one is overtaken");
     if (m_waiting.getCount() == kMaxWaiting) {
-        syslog(LOG_WARNING, "the hook is late: it is not told of %s", m_waiting[0].zone);
-        (void)m_waiting.remove(0);
+        const char* const dropped = dropOvertaken();
+        syslog(LOG_WARNING, "the hook is late: it is not told all of %s", dropped);
     }
     if (m_waiting.append({zone, isOpen}) < 0) {
         syslog(LOG_ERR, "no memory: the hook is not told of %s", zone);
     }
     startNext();
+}
+
+const char* CHook::dropOvertaken() {
+    for (int i = 0; i < m_waiting.getCount(); ++i) {
+        const char* const zone = m_waiting[i].zone;
+        for (int later = i + 1; later < m_waiting.getCount(); ++later) {
+            if (strcmp(m_waiting[later].zone, zone) == 0) {
+                return m_waiting.remove(i) == 0 ? zone : nullptr;
+            }
+        }
+    }
+    return nullptr;
 }
 
 void CHook::startNext() {
@@ -60,7 +72,8 @@ bool CHook::start(const Event& event) {
     // As for execve(2): an old interface, which changes none of its words.
     char* const words[] = {const_cast<char*>(m_program), const_cast<char*>(event.zone),
                            const_cast<char*>(event.isOpen ? "open" : "closed"), nullptr};
-    if (m_process.start(0, words, kFlags) != 0) {
+    // The 0 only chooses the form of start() that looks along PATH.
+    if (m_process.start(0, words, kChildFlags) != 0) {
         syslog(LOG_ERR, "the hook cannot be started: %s", strerror(errno));
         return false;
     }
@@ -79,7 +92,7 @@ void CHook::onProcTerm(zol::CProcess*, int status) {
 void CHook::onTimeOver(int) {
     if (m_process.getPid() != 0) {
         syslog(LOG_WARNING, "the hook takes too long");
-        (void)kill(-m_process.getPid(), SIGKILL);  // the whole session
+        (void)kill(-m_process.getPid(), SIGKILL);  // its process group
     }
 }
 

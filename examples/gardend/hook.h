@@ -16,8 +16,9 @@ namespace gardend {
  * involved.
  *
  * The program sees what has happened in its order, one event after the other. Meanwhile further
- * ones wait; of too many the oldest are dropped, so that what it hears last is true. A failure is
- * logged, and not repeated. One that takes longer than a minute is killed. The loop's thread.
+ * ones wait; of too many the first is dropped whose zone has a later one, so that what it hears
+ * last of each zone is true. A failure is logged, and not repeated. One that takes longer than a
+ * minute is killed, with its process group. The loop's thread.
  */
 class CHook : public zol::CEventDest<CHook, void>,
               public zol::IProcTermHandler,
@@ -32,8 +33,8 @@ class CHook : public zol::CEventDest<CHook, void>,
      */
     CHook(const char* program, evlp_thread_str* thread, const char* user);
 
-    /** Tells what still waits, side by side, and lets all that runs live on: at the end of gardend
-     *  valves are closed. */
+    /** Tells the last of each zone that still waits, side by side, and lets all that runs live on:
+     *  at the end of gardend valves are closed. */
     ~CHook() override;
     CHook(const CHook&) = delete;
     CHook& operator=(const CHook&) = delete;
@@ -49,6 +50,9 @@ class CHook : public zol::CEventDest<CHook, void>,
         bool isOpen;
     };
 
+    /** Drops the first event that waits for which its zone has a later one. @return the zone; null
+     *  when there is none */
+    const char* dropOvertaken();
     void startNext();
     bool start(const Event& event);
     void onTimeOver(int);

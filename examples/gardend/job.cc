@@ -7,7 +7,7 @@
 #include <string.h>
 #include <syslog.h>
 
-#include "child_status.h"
+#include "child.h"
 #include "monotonic_time.h"
 
 namespace gardend {
@@ -16,9 +16,7 @@ namespace {
 
 constexpr zol::CTime kShortestPause(1000000);
 constexpr zol::CTime kLongestPause(60000000);
-
-// Scripts read the standard output of gardend; the terminal is its own.
-constexpr int kFlags = XEXEC_NEW_SESSION | XEXEC_NULL_INPUT | XEXEC_NULL_OUTPUT;
+constexpr zol::CTime kLongRun(60000000);  // a failure after that is a new one
 
 }  // namespace
 
@@ -33,7 +31,7 @@ CJob::CJob(const char* name, const char* command, evlp_thread_str* thread, const
 
 CJob::~CJob() {
     if (getPid() != 0) {
-        (void)kill(-getPid(), SIGTERM);  // the whole session, not the shell alone
+        (void)kill(-getPid(), SIGTERM);  // its process group, not the shell alone
     }
 }
 
@@ -50,11 +48,14 @@ bool CJob::run() {
 }
 
 bool CJob::start() {
+    if (getPid() != 0) {
+        return false;
+    }
     (void)m_retry.remove();
     m_isWaiting = false;
     ++m_runs;
     m_startedAt = monotonicTime();
-    if (m_process.start(m_command, kFlags) != 0) {
+    if (m_process.start(m_command, kChildFlags) != 0) {
         syslog(LOG_ERR, "job %s cannot be started: %s", m_name, strerror(errno));
         m_last = CShort("unstarted");
         waitAfterFailure();
@@ -71,7 +72,7 @@ void CJob::onProcTerm(zol::CProcess*, int status) {
         syslog(LOG_NOTICE, "job %s done", m_name);
         return;
     }
-    if (monotonicTime() - m_startedAt >= kLongestPause) {
+    if (monotonicTime() - m_startedAt >= kLongRun) {
         m_pause = kShortestPause;
     }
     waitAfterFailure();

@@ -19,8 +19,8 @@ namespace gardend {
  * to a minute. It is never given up, for nobody may come by for weeks. The pauses begin anew with a
  * success, with a run of a minute or more, and when somebody runs it. The loop's thread.
  *
- * It runs in a session of its own, reads nothing, and writes what is wrong to the standard error,
- * which is gardend's. What it leaves behind when it ends is its own affair.
+ * It leads a session and a process group of its own, reads nothing, and writes what is wrong to the
+ * standard error, which is gardend's. What it leaves behind when it ends is its own affair.
  */
 class CJob : public zol::CEventDest<CJob, void>, public zol::IProcTermHandler {
   public:
@@ -33,13 +33,14 @@ class CJob : public zol::CEventDest<CJob, void>, public zol::IProcTermHandler {
      */
     CJob(const char* name, const char* command, evlp_thread_str* thread, const char* user);
 
-    /** Ends what runs, as far as it heeds SIGTERM: nobody waits for that. */
+    /** Sends SIGTERM to the process group of what runs: nobody waits for the end. What has made a
+     *  group of its own lives on. */
     ~CJob() override;
     CJob(const CJob&) = delete;
     CJob& operator=(const CJob&) = delete;
 
-    /** Starts the job now, also one that waits; not to be called while it runs.
-     *  @return false when it cannot be started; it is tried again then */
+    /** Starts the job now, also one that waits.
+     *  @return false when it runs already; and when it cannot be started: it is tried again then */
     bool run();
 
     const char* getName() const { return m_name; }

@@ -110,14 +110,15 @@ CDaemon::~CDaemon() {
     }
 }
 
+// The sockets come before the garden: where another daemon has them, the valves are its own.
 bool CDaemon::start() {
+    if (!addJobs() || !listenForClients()) {
+        return false;
+    }
     if (!watchSignals() ||
         !m_garden.start(m_loop.getThread(), m_options.tick, m_options.samplePeriod) ||
         !m_plan.start()) {
         (void)fputs("gardend: no event loop\n", stderr);
-        return false;
-    }
-    if (!addJobs() || !listenForClients()) {
         return false;
     }
     if (!m_languages.hasDefault()) {
@@ -150,9 +151,12 @@ bool CDaemon::listenForClients() {
         return false;
     }
     if (!isPathFree(m_options.controlPath.get())) {
-        return false;
+        return false;  // somebody was faster, while the drivers were loaded
     }
-    if (!m_control.openUnixSocket(m_options.controlPath.get(), 1)) {
+    const mode_t mask = umask(077);  // it is for its owner
+    const bool listens = m_control.openUnixSocket(m_options.controlPath.get(), 1);
+    (void)umask(mask);
+    if (!listens) {
         perror("gardend: cannot listen on the control socket");
         return false;
     }
@@ -192,6 +196,10 @@ bool isComplete(const CDrivers& drivers) {
 }
 
 int serve(const Options& options) {
+    // First of all: drivers that are loaded may well disturb those of a daemon that runs.
+    if (!isPathFree(options.controlPath.get())) {
+        return 1;
+    }
     CDrivers drivers(options.drivers.isEmpty() ? findDrivers().get() : options.drivers.get());
     if (!isComplete(drivers)) {
         return 1;
@@ -214,7 +222,7 @@ int main(int argc, char** argv) {
     openlog("gardend", options.logToTerminal ? LOG_PERROR : 0, LOG_DAEMON);
     setlogmask(LOG_UPTO(LOG_NOTICE));  // the library tells what it does at LOG_INFO
     signal(SIGPIPE, SIG_IGN);          // a reader of our output that has gone must not end us
-    umask(077);                        // the control socket is for its owner
+    signal(SIGCHLD, SIG_DFL);          // where it is ignored, nobody learns how children end
     zol::CTime::synchronized = options.waitForClock ? 0 : 1;
     return gardend::serve(options);
 }

@@ -8,6 +8,7 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include "words.h"
 
@@ -25,9 +26,8 @@ constexpr char kHelp[] =
     "  --texts PATTERN     where the message catalogs are: a path with %s for the language, and\n"
     "                      wildcards (texts/%s/gardend.cat beside the program, or\n"
     "                      ../share/gardend/%s/gardend.cat)\n"
-    "  --drivers PATTERNS  the plug-ins that move valves and read sensors: paths with wildcards, "
-    "and\n"
-    "                      \":\" between them (drivers/*.so beside the program, or\n"
+    "  --drivers PATTERNS  the plug-ins that move valves and read sensors: paths with\n"
+    "                      wildcards, and \":\" between them (drivers/*.so beside the program, or\n"
     "                      ../lib/gardend/*.so)\n"
     "  --hook PROGRAM      run when a valve has opened or closed: PROGRAM roses open\n"
     "  --job NAME=COMMAND  a command for the shell, run at the start, again when it fails, and by\n"
@@ -82,17 +82,21 @@ bool readPath(const char* text, zol::CStr& path) {
 }
 
 // Names are words of the control protocol.
-bool readJob(const char* text, Options& options) {
+bool readJob(const char* text, Options& options, const char*& fault) {
     const size_t length = strspn(text,
                                  "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                  "0123456789_-");
-    if (length == 0 || length > kMaxJobName || text[length] != '=' || text[length + 1] == '\0' ||
-        options.jobCount == CJobs::kMost) {
+    if (length == 0 || length > kMaxJobName || text[length] != '=' || text[length + 1] == '\0') {
+        return false;
+    }
+    if (options.jobCount == CJobs::kMost) {
+        fault = "one job too many";
         return false;
     }
     const zol::CStr name(text, static_cast<int>(length));
     for (int i = 0; i < options.jobCount; ++i) {
         if (options.jobs[i].name == name) {
+            fault = "there is a job of that name already";
             return false;
         }
     }
@@ -102,9 +106,18 @@ bool readJob(const char* text, Options& options) {
 }
 
 // A longer name would be cut, and be that of somebody else.
-bool readUser(const char* name, const char*& user) {
+bool readUser(const char* name, const char*& user, const char*& fault) {
     user = name;
-    return strlen(name) < sizeof(xexec_s::user) && getpwnam(name) != nullptr;
+    const passwd* const entry = getpwnam(name);
+    if (entry == nullptr || strlen(name) >= sizeof(xexec_s::user)) {
+        fault = "no such user";
+        return false;
+    }
+    if (geteuid() != 0 && entry->pw_uid != geteuid()) {
+        fault = "only root runs jobs as somebody else";
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -145,6 +158,7 @@ int readOptions(int argc, char** argv, Options& options) {
     int which = 0;
     while ((which = getopt_long(argc, argv, "", kOptions, &index)) != -1) {
         bool good = true;
+        const char* fault = "not valid";
         switch (which) {
             case kListen:
                 good = readListen(optarg, options);
@@ -165,10 +179,10 @@ int readOptions(int argc, char** argv, Options& options) {
                 good = *optarg != '\0';
                 break;
             case kJob:
-                good = readJob(optarg, options);
+                good = readJob(optarg, options, fault);
                 break;
             case kJobUser:
-                good = readUser(optarg, options.jobUser);
+                good = readUser(optarg, options.jobUser, fault);
                 break;
             case kTick:
                 good = readDuration(optarg, kMillisecond, options.tick);
@@ -193,7 +207,7 @@ int readOptions(int argc, char** argv, Options& options) {
                 return kUsageError;
         }
         if (!good) {
-            (void)fprintf(stderr, "gardend: --%s: not valid: %s\n", kOptions[index].name, optarg);
+            (void)fprintf(stderr, "gardend: --%s: %s: %s\n", kOptions[index].name, fault, optarg);
             return kUsageError;
         }
     }

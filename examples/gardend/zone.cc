@@ -72,7 +72,7 @@ bool CZone::openFor(const zol::CTime& runTime) {
 bool CZone::openAtLeast(const zol::CTime& runTime) {
     const bool forLonger =
         m_closesAt == zol::CTime::infinite || m_closesAt >= monotonicTime() + runTime;
-    return (m_open && forLonger) || openFor(runTime);
+    return (m_open && !m_isStuck && forLonger) || openFor(runTime);
 }
 
 bool CZone::close() {
@@ -82,12 +82,23 @@ bool CZone::close() {
     return setValve(false);
 }
 
+void CZone::retryClosing() {
+    if (m_isStuck) {
+        (void)moveValve(false);  // that it does not close has been logged
+    }
+}
+
 bool CZone::setValve(bool open) {
+    const bool moved = moveValve(open);
+    if (!moved) {
+        syslog(LOG_ERR, "the valve of %s does not %s", m_name, open ? "open" : "close");
+    }
+    return moved;
+}
+
+bool CZone::moveValve(bool open) {
     const bool isThere = open == m_open && !m_isStuck;
     if (!isThere && !m_wiring.valves.setValve(m_line, open)) {
-        if (!m_isStuck) {
-            syslog(LOG_ERR, "the valve of %s does not %s", m_name, open ? "open" : "close");
-        }
         m_isStuck = m_isStuck || !open;
         return false;
     }
@@ -137,9 +148,6 @@ void CZone::catchUp() {
     const zol::CTime now = monotonicTime();
     advance(now - m_lastLook);
     m_lastLook = now;
-    if (m_isStuck) {
-        (void)setValve(false);
-    }
 }
 
 void CZone::advance(const zol::CTime& passed) {

@@ -39,9 +39,9 @@ struct Wiring {
  * One part of the garden, with its valve and its moisture sensor, which drivers move and read.
  *
  * The valve stays open until it is closed, or for a run time that a timer of the zone ends. One
- * that does not close when it is told to is told again, with every look at the zone. Another timer,
- * which fires again and again, samples the sensor; while that does not answer, its last answer
- * counts, and is not sampled.
+ * that does not close when it is told to is told again with every tick. Another timer, which fires
+ * again and again, samples the sensor; while that does not answer, its last answer counts, and is
+ * not sampled.
  */
 class CZone : public zol::CEventDest<CZone, void> {
   public:
@@ -82,6 +82,9 @@ class CZone : public zol::CEventDest<CZone, void> {
 
     bool close();
 
+    /** Tells a valve again that has not closed when it was told to; logs nothing but a success. */
+    void retryClosing();
+
     // --- time ---
 
     /** Lets the time pass that the clock has gone on since the last call. */
@@ -104,6 +107,7 @@ class CZone : public zol::CEventDest<CZone, void> {
 
   private:
     bool setValve(bool open);
+    bool moveValve(bool open);
     void readSensor();
     void addSample();
     void onRunTimeOver(int);

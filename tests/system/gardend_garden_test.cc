@@ -201,6 +201,7 @@ TEST(Drivers, AreThoseThatWereAttachedFirst) {
     EXPECT_EQ(nullptr, drivers.getSensors());
 
     EXPECT_TRUE(attachValves(one));
+    EXPECT_TRUE(attachValves(one));
     EXPECT_FALSE(attachValves(other));
     EXPECT_TRUE(attachSensors(other));
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "child_status.h"
+#include "child.h"
 #include "hook.h"
 #include "jobs.h"
 #include "support/virtual_loop.h"
@@ -210,6 +210,16 @@ TEST_F(Job, MayBeRunWhileItWaits) {
     EXPECT_THAT(VirtualLoop::armedTimersMs(), ElementsAre(1000));
 }
 
+TEST_F(Job, IsNotStartedTwice) {
+    m_job.run();
+
+    EXPECT_FALSE(m_job.run());
+
+    EXPECT_EQ(CJob::kRunning, m_job.getState());
+    EXPECT_EQ(1, m_job.getRuns());
+    EXPECT_EQ(0, m_job.getFailures());
+}
+
 TEST_F(Job, HasFailedWhenASignalHasEndedIt) {
     m_job.run();
 
@@ -254,7 +264,7 @@ TEST_F(Job, WithoutATimerIsIdleAfterAFailure) {
     EXPECT_TRUE(m_job.run());
 }
 
-TEST_F(Children, OfAJobEndWithItAllOfThem) {
+TEST_F(Children, OfAJobEndWithItTheWholeProcessGroup) {
     {
         CJob job("test", "true", m_loop.get(), "");
         job.run();
@@ -327,9 +337,9 @@ TEST_F(Hook, IsToldOneAfterTheOther) {
                             "start[3] /etc/on valve|roses|closed"));
 }
 
-TEST_F(Hook, IsNotToldTheOldestOfTooManyEvents) {
+TEST_F(Hook, IsToldTheLastOfEachZoneWhereThereAreTooManyEvents) {
     m_hook.onValve("hedge", true);  // runs
-    m_hook.onValve("lawn", true);   // of those that wait the oldest
+    m_hook.onValve("lawn", true);
     m_hook.onValve("vegetables", true);
     for (int i = 0; i < 15; ++i) {
         m_hook.onValve("roses", i % 2 == 0);
@@ -340,7 +350,9 @@ TEST_F(Hook, IsNotToldTheOldestOfTooManyEvents) {
     }
 
     EXPECT_EQ(17U, calls.size());
-    EXPECT_EQ("start[2] /etc/on valve|vegetables|open", calls[1]);
+    EXPECT_EQ("start[2] /etc/on valve|lawn|open", calls[1]);
+    EXPECT_EQ("start[3] /etc/on valve|vegetables|open", calls[2]);
+    EXPECT_EQ("start[4] /etc/on valve|roses|closed", calls[3]);  // not the first of the roses
     EXPECT_EQ("start[17] /etc/on valve|roses|open", calls[16]);
 }
 
@@ -382,6 +394,23 @@ TEST_F(Children, OfAHookLiveOnAndHearAllAtItsEnd) {
                 ElementsAre("start[1] hook|roses|closed", "detach 1", "start[2] hook|lawn|closed",
                             "detach 2", "start[3] hook|hedge|closed", "detach 3"));
     EXPECT_THAT(VirtualLoop::armedTimersMs(), ElementsAre());
+}
+
+TEST_F(Children, OfAHookHearAtItsEndTheLastOfEachZone) {
+    {
+        CHook hook("hook", m_loop.get(), "");
+        hook.onValve("hedge", true);  // runs
+        hook.onValve("roses", true);
+        hook.onValve("lawn", true);
+        hook.onValve("roses", false);
+        hook.onValve("roses", true);
+        hook.onValve("roses", false);
+        hook.onValve("lawn", false);
+    }
+
+    EXPECT_THAT(calls,
+                ElementsAre("start[1] hook|hedge|open", "detach 1", "start[2] hook|roses|closed",
+                            "detach 2", "start[3] hook|lawn|closed", "detach 3"));
 }
 
 TEST_F(Children, AreNotThereWithoutAHook) {

@@ -71,14 +71,14 @@ def is_child(descriptor):
 class Daemon:
     """A gardend that has said that it is ready."""
 
-    def __init__(self, folder, *options, wrapper=None, environment=None):
+    def __init__(self, folder, *options, wrapper=None, environment=None, prepare=None):
         self.control = os.path.join(folder, "control")
         self.log = open(os.path.join(folder, "log"), "w")
         self.process = subprocess.Popen(
             [*(wrapper or WRAPPER), os.path.join(PROGRAMS, "gardend"), "--listen", "127.0.0.1:0",
              "--socket", self.control, "--tick", "10", "--log-stderr", *options],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log,
-            env={**os.environ, **(environment or {})})
+            env={**os.environ, **(environment or {})}, preexec_fn=prepare)
         ready, _, _ = select.select([self.process.stdout], [], [], DEADLINE)
         self.line = self.process.stdout.readline().decode() if ready else ""
         match = re.fullmatch(r"gardend ready: http://127\.0\.0\.1:(\d+)/ (.*)\n", self.line)
@@ -708,6 +708,19 @@ class DriversThatAreBroken(Drivers):
         self.assertIn(os.path.join(self.drivers, "nowhere.so"), log)
 
 
+class DriversWithOddNames(Drivers):
+    def prepare(self):
+        for name in ("z\nOK\n.so", "z\x1b[2J.so", "z a\u00e9.so"):
+            shutil.copy(os.path.join(self.drivers, "sim_soil.so"), os.path.join(self.drivers, name))
+
+    def test_are_listed_after_what_they_depend_on(self):
+        lines = self.ask(b"plugins\n").splitlines()
+        self.assertEqual(["sim_soil.so -", "sim_sensor.so sensors", "sim_valve.so valves"],
+                         lines[:3])
+        self.assertEqual(["? -", "? -", "z a\u00e9.so -"], sorted(lines[3:-1]))
+        self.assertEqual("OK", lines[-1])
+
+
 class DriversThatAreThereTwice(Drivers):
     def prepare(self):
         for name in ("sim_valve.so", "sim_valve.so.dep"):
@@ -779,7 +792,7 @@ class Jobs(Children):
         until(lambda: re.fullmatch(r"running \d+ 2 1 signal-9", " ".join(self.job("helper"))),
               "another run")
 
-    def test_are_ended_with_all_that_they_have_started(self):
+    def test_are_ended_with_their_process_groups(self):
         until(lambda: self.read("sleeper").endswith("\n"), "its child")
         sleeper = int(self.read("sleeper"))
         self.daemon.process.send_signal(signal.SIGTERM)
@@ -793,6 +806,18 @@ class Jobs(Children):
         self.assertEqual(b"", self.daemon.process.stdout.read())
 
 
+class JobsUnderAParentThatIgnoresItsChildren(Children):
+    """Who ignores SIGCHLD hands that on to what it starts."""
+
+    def start_daemon(self):
+        return Daemon(self.folder.name, "--job", "test=exit 0",
+                      prepare=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
+
+    def test_tell_how_they_have_ended(self):
+        until(lambda: self.job("test")[0] == "idle", "the end of a job")
+        self.assertEqual(["idle", "-", "1", "0", "0"], self.job("test"))
+
+
 class Hook(Children):
     def start_daemon(self):
         return Daemon(self.folder.name, "--hook", self.script("it's a hook", 'echo "$#: $*" >>told'))
@@ -804,6 +829,7 @@ class Hook(Children):
 
     def test_hears_of_the_valves_that_are_closed_at_the_end(self):
         self.ask(b"open roses\nopen lawn\n")
+        until(lambda: self.read("told").count("open\n") == 2, "the hook")
         self.daemon.process.send_signal(signal.SIGTERM)
         self.assertEqual(0, self.daemon.wait())
         until(lambda: sorted(self.read("told").splitlines()) == [
@@ -1262,6 +1288,36 @@ class Start(unittest.TestCase):
         self.assertEqual((1, ""), (status, output))
         self.assertIn("no driver for the valves", complaint)
 
+    def test_is_refused_with_the_reason(self):
+        twice = ("--job", "a=true", "--job", "a=false")
+        many = tuple(word for i in range(17) for word in ("--job", "a%d=true" % i))
+        for arguments, reason in ((twice, "there is a job of that name already: a=false"),
+                                  (many, "one job too many: a16=true"),
+                                  (("--job-user", "nobody at all"), "no such user: nobody at all")):
+            self.assertIn(reason, self.gardend(*arguments)[2])
+
+    def test_is_refused_for_jobs_of_somebody_else_without_privilege(self):
+        user = {"user": "nobody"} if os.geteuid() == 0 else {}
+        try:
+            done = subprocess.run([os.path.join(PROGRAMS, "gardend"), "--job-user", "root"], **user,
+                                  capture_output=True, text=True, timeout=DEADLINE, check=False)
+        except PermissionError:
+            self.skipTest("nobody may run the programs")
+        self.assertEqual((2, "", "gardend: --job-user: only root runs jobs as somebody else: root\n"),
+                         (done.returncode, done.stdout, done.stderr))
+
+    def test_finds_no_drivers_in_a_folder_with_a_colon(self):
+        """It separates patterns: drivers of another folder could be found."""
+        folder = os.path.join(self.folder, "a:b")
+        shutil.copytree(os.path.join(PROGRAMS, "drivers"), os.path.join(folder, "drivers"))
+        shutil.copy(os.path.join(PROGRAMS, "gardend"), folder)
+
+        done = subprocess.run([os.path.join(folder, "gardend"), "--socket", self.path],
+                              capture_output=True, text=True, timeout=DEADLINE, check=False)
+
+        self.assertEqual((1, "gardend: no driver for the valves: see --drivers\n"),
+                         (done.returncode, done.stderr))
+
     def test_does_not_remove_a_file_that_is_no_socket(self):
         with open(self.path, "w") as file:
             file.write("precious")
@@ -1287,6 +1343,19 @@ class Start(unittest.TestCase):
 
         with Client(daemon.control) as client:
             self.assertEqual(b"OK", client.send(b"open lawn\n").take_until(b"\n"))
+
+    def test_leaves_the_drivers_to_the_daemon_that_runs(self):
+        daemon = Daemon(self.folder)
+        self.addCleanup(daemon.close)
+        drivers = os.path.join(self.folder, "note.so")  # loading it would be complained about
+        with open(drivers, "w") as file:
+            file.write("no library")
+
+        status, _, complaint = self.gardend("--listen", "127.0.0.1:0", "--socket", daemon.control,
+                                            "--drivers", drivers, "--log-stderr")
+
+        self.assertEqual((1, "gardend: another one listens on %s\n" % daemon.control),
+                         (status, complaint))
 
     def test_takes_the_place_of_a_daemon_that_was_killed(self):
         first = Daemon(self.folder)

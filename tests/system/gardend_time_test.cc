@@ -8,11 +8,13 @@
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <string>
+#include <syslog.h>
 #include <vector>
 
 #include "garden.h"
 #include "gardend_drivers.h"
 #include "sim_soil.h"
+#include "support/syslog_capture.h"
 #include "support/virtual_loop.h"
 #include "watering_plan.h"
 
@@ -281,6 +283,83 @@ TEST_F(GardenInTime, TellsAValveAgainThatDoesNotClose) {
 
     EXPECT_FALSE(zone("roses").isOpen());
     EXPECT_FALSE(m_drivers.isOpen[1]);
+}
+
+TEST_F(GardenInTime, TellsAValveThatDoesNotCloseOnceWithEachTickAndEachRequest) {
+    start();
+    zone("roses").open();
+    m_drivers.obeys = false;
+    m_drivers.calls = 0;
+
+    EXPECT_FALSE(zone("roses").close());
+    EXPECT_EQ(1, m_drivers.calls);
+    EXPECT_FALSE(zone("roses").close());
+    EXPECT_EQ(2, m_drivers.calls);
+    EXPECT_FALSE(zone("roses").open());
+    EXPECT_EQ(3, m_drivers.calls);
+    pass(kSecond);
+    EXPECT_EQ(4, m_drivers.calls);
+}
+
+TEST_F(GardenInTime, OpensAValveThatDidNotCloseWithoutClosingItBefore) {
+    start();
+    zone("roses").open();
+    m_drivers.obeys = false;
+    zone("roses").close();
+    m_drivers.obeys = true;
+    m_drivers.calls = 0;
+
+    EXPECT_TRUE(zone("roses").open());
+
+    EXPECT_EQ(1, m_drivers.calls);
+    EXPECT_TRUE(zone("roses").isOpen());
+}
+
+TEST_F(GardenInTime, LogsEveryRefusalOfWhatIsAskedForAndNoneOfItsOwnTries) {
+    SyslogCapture log;
+    start();
+    zone("roses").open();
+    m_drivers.obeys = false;
+    log.clear();
+
+    zone("roses").close();
+    pass(kTenMinutes);
+    zone("roses").close();
+    zone("roses").open();
+
+    EXPECT_THAT(log.lines(),
+                ElementsAre(SyslogCapture::Line{LOG_ERR, "the valve of roses does not close"},
+                            SyslogCapture::Line{LOG_ERR, "the valve of roses does not close"},
+                            SyslogCapture::Line{LOG_ERR, "the valve of roses does not open"}));
+}
+
+TEST_F(GardenInTime, LogsAtItsEndWhatItLeavesOpen) {
+    SyslogCapture log;
+    {
+        CGarden garden(m_drivers.wiring());
+        ASSERT_TRUE(garden.start(m_loop.get(), kSecond, kMinute));
+        garden.findZone("roses")->open();
+        m_drivers.obeys = false;
+        log.clear();
+    }
+
+    EXPECT_THAT(log.lines(),
+                ElementsAre(SyslogCapture::Line{LOG_ERR, "the valve of roses does not close"},
+                            SyslogCapture::Line{LOG_ERR, "the valve of roses is left open"}));
+}
+
+TEST_F(RunTime, OfAScheduleEndsWhatAValveThatDidNotCloseHasBegun) {
+    start();
+    zone("roses").open();
+    m_drivers.obeys = false;
+    zone("roses").close();
+    m_drivers.obeys = true;
+
+    EXPECT_TRUE(zone("roses").openAtLeast(kTenMinutes));
+
+    EXPECT_EQ(600, zone("roses").getSecondsLeft());
+    pass(kMinute);
+    EXPECT_TRUE(zone("roses").isOpen());
 }
 
 TEST_F(RunTime, WithAValveThatDoesNotOpenIsRefused) {

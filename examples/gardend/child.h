@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
-#ifndef GARDEND_CHILD_STATUS_H
-#define GARDEND_CHILD_STATUS_H
+#ifndef GARDEND_CHILD_H
+#define GARDEND_CHILD_H
 
 #include <sys/wait.h>
 
@@ -10,6 +10,10 @@
 #include "text.h"
 
 namespace gardend {
+
+// For what gardend starts: scripts read its standard output, and its terminal is its own. What
+// leads a session leads a process group, too, which a signal reaches as a whole.
+constexpr int kChildFlags = XEXEC_NEW_SESSION | XEXEC_NULL_INPUT | XEXEC_NULL_OUTPUT;
 
 /** @return in one word how a child has ended: "0" to "255", "signal-15", or "lost" */
 inline CShort describeStatus(int status) {
