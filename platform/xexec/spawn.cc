@@ -21,9 +21,8 @@
 // How a child is started. Everything that can be found out before there is a child is; so that
 // little is left that can fail afterwards.
 //
-// Without a delay the calling thread makes the child, and stands still until it has become the
-// program. With one, a thread does that for it, and stands still until the delay is over; the
-// caller waits for the child's first report alone.
+// Without a delay the caller stands still until the child has become the program; with one, until
+// the child has told that it waits.
 
 namespace xexec {
 

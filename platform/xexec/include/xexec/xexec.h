@@ -108,8 +108,9 @@ enum {
      *  other than with system(3). */
     XEXEC_WAIT = 1,
 
-    /** Leads a session of its own: kill(-pid, signal) reaches what the child has started in turn,
-     *  and the keys of the parent's terminal do not reach it. */
+    /** Leads a session of its own, and in it a process group: kill(-pid, signal) reaches what the
+     *  child has started in turn, but for what has made a group of its own, and the keys of the
+     *  parent's terminal do not reach it. */
     XEXEC_NEW_SESSION = 2,
 
     /** Inherits all descriptors that are not to be closed on exec, instead of 0, 1 and 2 alone. */
