@@ -124,8 +124,8 @@ bool CDaemon::start() {
     if (!m_languages.hasDefault()) {
         syslog(LOG_WARNING, "no message catalog of English: see --texts");
     }
-    announce();
     m_jobs.runAll();
+    announce();
     return true;
 }
 

@@ -187,8 +187,7 @@ class GardendTest(unittest.TestCase):
     def tearDown(self):
         if self.daemon.process.returncode is None:
             initial = self.daemon.initial_descriptors
-            # Fewer, where the first count has met a job that was being started.
-            until(lambda: self.daemon.descriptors() <= initial, "descriptors of past clients")
+            until(lambda: self.daemon.descriptors() == initial, "descriptors of past clients")
             self.daemon.process.send_signal(signal.SIGTERM)
         self.assertEqual(0, self.daemon.wait(), self.daemon.read_log())
         self.assertFalse(os.path.exists(self.daemon.control), "the socket is still there")
