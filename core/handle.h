@@ -12,6 +12,7 @@
 #include <stdint.h>
 
 #include "zol/sbuf.h"
+#include "zol/str.h"
 #include "zol/tab.h"
 
 namespace core {
@@ -45,6 +46,11 @@ inline int32_t& refCountOf(void* data) {
 
 inline xtabh_s* tableHeaderOf(void* data) {
     return reinterpret_cast<xtabh_s*>(static_cast<char*>(data) - sizeof(xtabh_s));
+}
+
+// A string is a table of bytes.
+inline xtab* tableOf(xstr* s) {
+    return reinterpret_cast<xtab*>(s);
 }
 
 static_assert(offsetof(xsbufh_s, def) + sizeof(void*) == sizeof(xsbufh_s), "def ends the header");

@@ -4,4 +4,4 @@
 
 void xlog_set_name(const char*) {}
 
-void xlog_level_filter(int) {}
+void xlog_level_filter(unsigned) {}

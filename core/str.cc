@@ -20,9 +20,7 @@ namespace {
 
 const char kBlanks[] = " \f\n\r\t\v";
 
-xtab* tableOf(xstr* s) {
-    return reinterpret_cast<xtab*>(s);
-}
+using core::tableOf;
 
 char* textOf(const xstr* s) {
     return static_cast<char*>(core::dataOf(reinterpret_cast<const xhandle*>(s)));

@@ -10,7 +10,14 @@
  * ident, facility and filter with openlog(3) and setlogmask(3).
  */
 
+#include <time.h>
+
 #include "zol/export.h"
+
+#ifdef __cplusplus
+/* See zol/time.h. */
+static_assert(sizeof(time_t) == 8, "zol needs 64-bit time_t: -D_TIME_BITS=64");
+#endif
 
 ZOL_BEGIN_DECLS
 
@@ -18,7 +25,32 @@ ZOL_BEGIN_DECLS
 ZOL_API void xlog_set_name(const char* name);
 
 /** Does nothing; kept for programs that call it. Use setlogmask(3). */
-ZOL_API void xlog_level_filter(int level);
+ZOL_API void xlog_level_filter(unsigned mask);
+
+struct timespec;
+
+/**
+ * Timing probes: what takes how long, in a line of the log at priority 3.
+ *
+ *     struct timespec cpu, real;
+ *     TIMESTAMP_START(&cpu, &real);
+ *     rebuild();
+ *     TIMESTAMP_END(&cpu, &real, "rebuild");
+ *
+ * The real time is that of the calendar, and jumps when the clock is set. Any thread; the CPU time
+ * is that of the whole process.
+ */
+
+/** Notes CPU time and real time. */
+ZOL_API void TIMESTAMP_START(struct timespec* cpu, struct timespec* real);
+
+/** TIMESTAMP_START(), and logs the real time. @param label  null: logs nothing */
+ZOL_API void TIMESTAMP_START2(struct timespec* cpu, struct timespec* real, const char* label);
+
+/** Logs the real time, and the CPU time and real time since the start, in seconds.
+ *  @param label  not null */
+ZOL_API void TIMESTAMP_END(const struct timespec* cpu, const struct timespec* real,
+                           const char* label);
 
 ZOL_END_DECLS
 

@@ -157,6 +157,19 @@ ZOL_API xstr* xstr_trim(xstr* s, const char* set);
  */
 ZOL_API xstr* xstr_replace(xstr* s, const char* from, const char* to);
 
+/**
+ * Makes text plain ASCII, for displays and file names, with one character for each of UTF-8:
+ * accented letters of Latin-1 lose their accents, all others that are not ASCII become "_". What is
+ * not UTF-8 may stay as it is.
+ *
+ * @return `s`; null for a null handle. Without memory the string is empty or as it was.
+ */
+ZOL_API xstr* xstr_replaceSpecialCharUTF8(xstr* s);
+
+/** The same for text in IBM code page 437, byte for byte: accented letters lose their accents, all
+ *  other bytes stay. @return as xstr_replaceSpecialCharUTF8() */
+ZOL_API xstr* xstr_replaceSpecialCharASCII(xstr* s);
+
 /** @return 0 for a null `text`, its strlen(3) for a `len` of -1, else `len` */
 ZOL_API int xstrref_get_real_length(const char* text, int len);
 

@@ -9,11 +9,16 @@
  */
 
 #include "zol/alloc.h"
+#include "zol/buffer.h"
 #include "zol/cat.h"
+#include "zol/cond.h"
+#include "zol/digest.h"
 #include "zol/event.h"
 #include "zol/export.h"
+#include "zol/file.h"
 #include "zol/list.h"
 #include "zol/log.h"
+#include "zol/lyctx.h"
 #include "zol/plugin.h"
 #include "zol/process.h"
 #include "zol/sbuf.h"

@@ -122,6 +122,81 @@ static void catalogs(void) {
     xcat_close(NULL);
 }
 
+static void buffers(void) {
+    xbuffer b = NULL;
+    xstr text;
+    char line[20] = "";
+    int length = 4;
+    FILE* stream;
+    xstr_init(&text);
+    CHECK(xbuffer_set(&b, "foob", 4) == &b);
+    CHECK(xabuf_get_def(&b) == &xbuffer_def);
+    CHECK(xbase64_encode_buffer(&text, (const unsigned char*)b, xtab_get_count(&b)) == 0);
+    CHECK(strcmp(text, "Zm9vYg==") == 0);
+    length = (int)strlen(text);
+    CHECK(xbase64_decode_buffer(&b, text, &length) == 0);
+    CHECK(xtab_get_count(&b) == 4);
+    stream = xstr_fopen(&text, "w");
+    CHECK(fprintf(stream, "zone %d", 4) == 6);
+    CHECK(fclose(stream) == 0);
+    CHECK(strcmp(text, "zone 4") == 0);
+    stream = xstr_fopen_cstr("a line\n", "r");
+    CHECK(fgets(line, sizeof line, stream) != NULL);
+    CHECK(fclose(stream) == 0);
+    CHECK(strcmp(line, "a line\n") == 0);
+    xstr_set(&text, "\xc3\xa9t\xc3\xa9", -1);
+    CHECK(xstr_replaceSpecialCharUTF8(&text) == &text);
+    CHECK(strcmp(text, "ete") == 0);
+    xbuffer_release_buffer(&b, 0);
+    xstr_free(&text);
+}
+
+struct drier {
+    xcond cond;
+    int permille;
+};
+
+static int is_drier(const xcond* c, void* soil) {
+    return *(const int*)soil < ((const struct drier*)c)->permille;
+}
+
+static void conditions(void) {
+    struct drier dry = {{is_drier, NULL}, 300};
+    xnotcond moist;
+    int soil = 250;
+    moist.cond = xnotcond_def;
+    moist.child = &dry.cond;
+    CHECK(moist.cond.check(&moist.cond, &soil) == 0);
+    soil = 350;
+    CHECK(moist.cond.check(&moist.cond, &soil) == 1);
+    moist.cond.clean(&moist.cond);
+}
+
+static void digests(void) {
+    static const unsigned char abc[16] = {0x90, 0x01, 0x50, 0x98, 0x3c, 0xd2, 0x4f, 0xb0,
+                                          0xd6, 0x96, 0x3f, 0x7d, 0x28, 0xe1, 0x7f, 0x72};
+    unsigned char digest[16];
+    cvs_MD5Context context;
+    cvs_MD5Init(&context);
+    cvs_MD5Update(&context, (const unsigned char*)"abc", 3);
+    cvs_MD5Final(digest, &context);
+    CHECK(memcmp(digest, abc, 16) == 0);
+}
+
+static void locations(void) {
+    xlyctx_location_s location;
+    char* memory = xlyctx_malloc(NULL, 4);
+    memset(&location, 0, sizeof location);
+    location.first_line = location.last_line = 1;
+    xlyctx_update_location(&location, "x = ", 4);
+    xlyctx_update_location(&location, "ab", 2);
+    CHECK(location.first_column == 5);
+    CHECK(location.last_column == 6);
+    CHECK(strcmp(location.token_text, "x = ab") == 0);
+    CHECK(memory != NULL && memory[3] == 0);
+    free(memory);
+}
+
 int symbol_of_the_program = 7;
 
 static void libraries(void) {
@@ -138,6 +213,10 @@ int main(void) {
     sockets();
     catalogs();
     libraries();
+    buffers();
+    conditions();
+    digests();
+    locations();
     if (failures == 0) {
         puts("all passed");
     }

@@ -14,11 +14,15 @@ import sys
 PUBLIC = {
     "export.h": set(),
     "version.h": set(),
-    **dict.fromkeys(["alloc.h", "list.h", "log.h", "time.h"], {"export.h"}),
+    **dict.fromkeys(
+        ["alloc.h", "cond.h", "file.h", "list.h", "log.h", "lyctx.h", "time.h"], {"export.h"}
+    ),
     "sbuf.h": {"export.h", "alloc.h"},
     "event.h": {"export.h", "time.h"},
     "tab.h": {"sbuf.h"},
     "str.h": {"alloc.h"},
+    "buffer.h": {"str.h", "tab.h"},
+    "digest.h": {"str.h"},
     "cat.h": {"export.h", "str.h", "tab.h"},
     "sock.h": {"str.h"},
     "server.h": {"event.h", "list.h", "str.h"},
@@ -27,7 +31,7 @@ PUBLIC = {
     "plugin.h": {"export.h", "str.h", "tab.h"},
     "process.h": {"export.h"},
 }
-CORE = {"alloc.h", "export.h", "list.h", "log.h", "sbuf.h", "str.h", "tab.h"}
+CORE = {"alloc.h", "buffer.h", "export.h", "list.h", "log.h", "sbuf.h", "str.h", "tab.h"}
 EVENT = CORE | {"time.h", "event.h", "timer.h"}
 ROOMS = {
     "core": (CORE, set()),
@@ -36,6 +40,7 @@ ROOMS = {
     "net": (EVENT | {"sock.h", "server.h"}, set()),
     "plugin": (EVENT | {"plugin.h", "process.h"}, {"xexec/xexec.h"}),
     "sched": (EVENT | {"sched.h"}, set()),
+    "util": (CORE | {"cond.h", "digest.h", "file.h", "lyctx.h"}, set()),
     "platform/evlp": (set(), {"evlp/evlp.h"}),
     "platform/xexec": (set(), {"evlp/evlp.h", "xexec/xexec.h"}),
     # The same service, made of the same sources.
@@ -52,7 +57,7 @@ OTHERS = {"include", "tests", "bench", "fuzz", "tools", "examples", "build", "st
 # In quotes, or in angle brackets where it is ours.
 INCLUDE = re.compile(
     r'^\s*#\s*include\s+(?:"([^"]+)"|'
-    r"<((?:zol|evlp|xexec|core|cat|event|net|plugin|sched|platform)/[^>]+)>)",
+    r"<((?:zol|evlp|xexec|core|cat|event|net|plugin|sched|util|platform)/[^>]+)>)",
     re.MULTILINE,
 )
 
