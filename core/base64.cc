@@ -17,26 +17,25 @@ constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwx
 constexpr unsigned char kPadding = 254;
 constexpr unsigned char kSkipped = 255;
 
-// What the characters from "+" to "z" stand for: six bits, kPadding, or nothing.
-constexpr unsigned char kFirstCharacter = '+';
-constexpr unsigned char kNo = kSkipped;
-// clang-format off
-constexpr unsigned char kValues[] = {
-    62, kNo, kNo, kNo, 63,                              // + to /
-    52, 53, 54, 55, 56, 57, 58, 59, 60, 61,             // 0 to 9
-    kNo, kNo, kNo, kPadding, kNo, kNo, kNo,             // : to @
-    0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12,           // A to M
-    13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, // N to Z
-    kNo, kNo, kNo, kNo, kNo, kNo,                       // [ to `
-    26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, // a to m
-    39, 40, 41, 42, 43, 44, 45, 46, 47, 48, 49, 50, 51, // n to z
-};
-// clang-format on
-static_assert(sizeof kValues == 'z' - '+' + 1, "one for each character");
+// What each character stands for: six bits, kPadding or kSkipped. One entry for every character
+// there is, so that nothing has to be compared.
+struct Values {
+    constexpr Values() : of() {
+        for (unsigned char& value : of) {
+            value = kSkipped;
+        }
+        for (unsigned char i = 0; i < 64; ++i) {
+            of[static_cast<unsigned char>(kAlphabet[i])] = i;
+        }
+        of[static_cast<unsigned char>('=')] = kPadding;
+    }
 
-unsigned char valueOf(char character) {
-    const unsigned index = static_cast<unsigned char>(character) - kFirstCharacter;
-    return index < sizeof kValues ? kValues[index] : kSkipped;
+    unsigned char of[256];
+};
+constexpr Values kValues;
+
+unsigned valueOf(char character) {
+    return kValues.of[static_cast<unsigned char>(character)];
 }
 
 char characterOf(unsigned bits) {
@@ -53,19 +52,20 @@ int64_t encodedLength(int n) {
 
 // The text of one to three bytes.
 void encodeGroup(char* out, const unsigned char* in, int count) {
+    const unsigned first = in[0];
     const unsigned second = count > 1 ? in[1] : 0;
     const unsigned third = count > 2 ? in[2] : 0;
-    out[0] = characterOf(in[0] >> 2U);
-    out[1] = characterOf(in[0] << 4U | second >> 4);
+    out[0] = characterOf(first >> 2);
+    out[1] = characterOf(first << 4 | second >> 4);
     out[2] = count > 1 ? characterOf(second << 2 | third >> 6) : '=';
     out[3] = count > 2 ? characterOf(third) : '=';
 }
 
 // Collects the values of a group, skipping what is none. Returns how many there were.
-int collectGroup(unsigned char values[4], const char* in, int length, int& position) {
+int collectGroup(unsigned values[4], const char* in, int length, int& position) {
     int count = 0;
     while (count < 4 && position < length) {
-        const unsigned char value = valueOf(in[position]);
+        const unsigned value = valueOf(in[position]);
         ++position;
         if (value != kSkipped) {
             values[count] = value;
@@ -77,7 +77,7 @@ int collectGroup(unsigned char values[4], const char* in, int length, int& posit
 
 // Decodes a group that may be padded. Returns the number of its bytes, less than three for the last
 // one; -1 when it is malformed, or there is no room for it.
-int decodeGroup(unsigned char* out, int room, const unsigned char values[4]) {
+int decodeGroup(unsigned char* out, int room, const unsigned values[4]) {
     if (values[0] == kPadding || values[1] == kPadding || room < 1) {
         return -1;
     }
@@ -104,8 +104,8 @@ void decodeWholeGroups(unsigned char* out, int room, int& produced, const char* 
                        int& position) {
     while (length - position >= 4 && room - produced >= 3) {
         const char* const group = in + position;
-        const unsigned char values[4] = {valueOf(group[0]), valueOf(group[1]), valueOf(group[2]),
-                                         valueOf(group[3])};
+        const unsigned values[4] = {valueOf(group[0]), valueOf(group[1]), valueOf(group[2]),
+                                    valueOf(group[3])};
         if ((values[0] | values[1] | values[2] | values[3]) > 63) {
             return;
         }
@@ -154,7 +154,7 @@ int xbase64_decode(unsigned char* out, int* outLen, const char* in, int* inLen) 
     for (int position = 0;;) {
         decodeWholeGroups(out, room, produced, in, length, position);
         const int groupStart = position;
-        unsigned char values[4];
+        unsigned values[4];
         const int count = collectGroup(values, in, length, position);
         if (count == 0) {
             *outLen = produced;

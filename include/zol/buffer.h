@@ -168,8 +168,9 @@ ZOL_API int xbase64_decode_buffer(xbuffer* b, const char* in, int* inLen);
  * look at the target.
  *
  * The stream refers to the handle: it must stay where it is and live longer than the stream, which
- * does not free it. Who changes the target meanwhile by other means finds the stream with the
- * length that it knew; it never reads or writes behind what is there.
+ * does not free it, and what is written must not be a part of the target. Who changes the target
+ * meanwhile by other means finds the stream with the length that it knew; it never reads or writes
+ * behind what is there.
  */
 ZOL_API FILE* xbuffer_fopen(xbuffer* b, const char* mode);
 ZOL_API FILE* xstr_fopen(xstr* s, const char* mode);

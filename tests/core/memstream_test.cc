@@ -527,18 +527,6 @@ TEST_P(MemStream, HasNoDescriptor) {
     EXPECT_EQ(-1, fileno(stream));
 }
 
-TEST_P(MemStream, ReadsItsOwnTargetIntoIt) {
-    open("abc", "a+");
-    setvbuf(stream, nullptr, _IONBF, 0);
-
-    for (int i = 0; i < 10; ++i) {
-        const void* const bytes = isString() ? m_str.h : m_buffer;
-        fwrite(bytes, 1, 3, stream);
-    }
-
-    EXPECT_EQ("abcabcabcabcabcabcabcabcabcabcabc", target());
-}
-
 // --- a target that others change ---
 
 TEST_P(MemStream, DoesNotReadBehindATargetThatHasBecomeShorter) {

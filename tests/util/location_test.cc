@@ -9,6 +9,8 @@
 
 #include "zol/lyctx.h"
 
+#include "support/location_oracle.h"
+
 namespace {
 
 xlyctx_location_s start() {
@@ -421,74 +423,8 @@ TEST(ConcatLocation, LeavesTheSourceAlone) {
 
 // --- against an oracle ---
 
-// The same, as slow and obvious as can be: on strings that are as long as they like.
-struct Oracle {
-    int firstLine = 1;
-    int firstColumn = 0;
-    int lastLine = 1;
-    int lastColumn = 0;
-    std::string token;
-    std::string line;
-    unsigned position = 0;
-
-    void update(const std::string& text) {
-        firstLine = lastLine;
-        firstColumn = lastColumn + 1;
-        if (text.empty()) {
-            return;
-        }
-        for (const char character : text) {
-            lastColumn = character == '\n' ? 0 : lastColumn + 1;
-            lastLine += character == '\n' ? 1 : 0;
-        }
-        const std::string shown = text.substr(0, text.find('\n'));
-        token = line;
-        position = static_cast<unsigned>(line.size());
-        if (position >= 31 && position + shown.size() >= 60) {
-            const auto wanted = static_cast<unsigned>(position + shown.size() - 59);
-            const unsigned dropped = std::min(wanted, position - 30);
-            token.erase(0, dropped);
-            position -= dropped;
-        }
-        token = (token + shown).substr(0, 59);
-        const size_t newline = text.rfind('\n');
-        line = newline == std::string::npos ? line + text : text.substr(newline + 1);
-        if (line.size() > 59) {
-            line.erase(0, line.size() - 59);
-        }
-    }
-
-    void concat(const Oracle& source) {
-        if (firstLine == source.firstLine && source.firstColumn >= firstColumn) {
-            const int end = firstColumn - static_cast<int>(position) + length(token);
-            const int begin = source.firstColumn - static_cast<int>(source.position);
-            if (end >= begin && end - begin < length(source.token)) {
-                add(source.token.substr(static_cast<size_t>(end - begin)));
-            }
-        }
-        lastLine = source.lastLine;
-        lastColumn = source.lastColumn;
-        line = source.line;
-    }
-
-  private:
-    static int length(const std::string& text) { return static_cast<int>(text.size()); }
-
-    void add(const std::string& more) {
-        const size_t sum = token.size() + more.size();
-        if (sum > 59 && position > 30) {
-            token.erase(0, sum - 59);
-            position -= static_cast<unsigned>(sum - 59);
-        }
-        token = (token + more).substr(0, 59);
-    }
-};
-
-::testing::AssertionResult agrees(const Oracle& oracle, const xlyctx_location_s& location) {
-    if (oracle.firstLine == location.first_line && oracle.firstColumn == location.first_column &&
-        oracle.lastLine == location.last_line && oracle.lastColumn == location.last_column &&
-        oracle.token == location.token_text && oracle.line == location.line_text &&
-        oracle.position == location.token_position) {
+::testing::AssertionResult agrees(const LocationOracle& oracle, const xlyctx_location_s& location) {
+    if (oracle.agreesWith(location)) {
         return ::testing::AssertionSuccess();
     }
     return ::testing::AssertionFailure()
@@ -532,7 +468,7 @@ TEST(Location, FollowsRandomTokensAsTheOracleDoes) {
     TokenStream stream(seed);
     for (int file = 0; file < 200; ++file) {
         xlyctx_location_s location = start();
-        Oracle oracle;
+        LocationOracle oracle;
         for (int i = 0; i < 50; ++i) {
             const std::string token = stream.token();
             update(location, token);
@@ -549,21 +485,21 @@ TEST(Location, MergesRandomRulesAsTheOracleDoes) {
     for (int file = 0; file < 500; ++file) {
         // As a parser does it: the rule begins with a token and grows with those that follow.
         xlyctx_location_s location = start();
-        Oracle oracle;
+        LocationOracle oracle;
         xlyctx_location_s rule = location;
-        Oracle ruleOracle = oracle;
+        LocationOracle ruleLocationOracle = oracle;
         for (int i = 0; i < 40; ++i) {
             const std::string token = stream.token();
             update(location, token);
             oracle.update(token);
             if (stream.below(6) == 0) {
                 rule = location;
-                ruleOracle = oracle;
+                ruleLocationOracle = oracle;
             } else if (stream.below(3) != 0) {
                 xlyctx_concat_location(&rule, &location);
-                ruleOracle.concat(oracle);
+                ruleLocationOracle.concat(oracle);
             }
-            ASSERT_TRUE(agrees(ruleOracle, rule));
+            ASSERT_TRUE(agrees(ruleLocationOracle, rule));
         }
     }
 }
