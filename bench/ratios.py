@@ -14,8 +14,8 @@ import statistics
 import subprocess
 import sys
 
-PEERS = ["zol", "zol_own", "evlp", "limit", "std", "libevent", "libevent_exact", "libuv", "glib",
-         "gettext", "catgets", "posix_spawn"]
+PEERS = ["zol", "zol_own", "zol_buffer", "evlp", "limit", "std", "libevent", "libevent_exact", "libuv", "glib",
+         "gettext", "catgets", "posix_spawn", "openssl", "open_memstream", "fmemopen", "iconv"]
 
 # What some programs count besides.
 COUNTS = {"system_calls": "system calls", "dirty": "bytes dirty", "mapped": "bytes mapped"}
@@ -31,6 +31,9 @@ PROGRAMS = [
     ("tab_bench", "Tables", "/(16384|65536)"),
     ("list_bench", "Lists", "/10000"),
     ("cat_bench", "Message catalogs", "/none"),
+    ("codec_bench", "Digests and base64", "/1048576"),
+    ("memstream_bench", "Streams on memory", "/1048576"),
+    ("plain_bench", "Text made plain", "/65536"),
     ("process_bench", "Child processes", "/none"),
 ]
 BURST = ("burst_bench", "Bursts of connections", "/(32|256)")
