@@ -47,9 +47,10 @@ zol::CStr binary2hexstring(const unsigned char* bytes, int length) {
     if (text == nullptr) {
         return result;
     }
+    char* out = text;
     for (int i = 0; i < length; ++i) {
-        text[2 * i] = kHexDigits[bytes[i] >> 4];
-        text[2 * i + 1] = kHexDigits[bytes[i] & 15];
+        *out++ = kHexDigits[bytes[i] >> 4];
+        *out++ = kHexDigits[bytes[i] & 15];
     }
     xstr_release_buffer(result.handle(), size);
     return result;

@@ -105,8 +105,9 @@ void cvs_MD5Final(unsigned char digest[16], cvs_MD5Context* context) {
     cvs_MD5Update(context, padding, padded - waiting);
     cvs_MD5Update(context, length, sizeof length);
 
-    for (int i = 0; i < 4; ++i) {
-        storeNumber(digest + 4 * i, context->state[i]);
+    for (const uint32_t number : context->state) {
+        storeNumber(digest, number);
+        digest += 4;
     }
     memset(context, 0, sizeof *context);  // it may have digested a password
 }

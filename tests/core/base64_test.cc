@@ -282,6 +282,9 @@ TEST(Base64Decode, NeedsRoomForEachByte) {
     EXPECT_EQ((Decoded{kFailed, "", 4}), decode("Zm8=", 1));
     EXPECT_EQ((Decoded{0, "fo", 4}), decode("Zm8=", 2));
     EXPECT_EQ((Decoded{0, "", 0}), decode("", 0));
+    EXPECT_EQ((Decoded{0, "foo", 5}), decode("Z\nm9v", 3));
+    EXPECT_EQ((Decoded{kFailed, "", 5}), decode("Z\nm9v", 2));
+    EXPECT_EQ((Decoded{kFailed, "", 5}), decode("Z\nm9v", 1));
 }
 
 TEST(Base64Decode, MayWriteOverItsText) {
