@@ -43,11 +43,10 @@ zol::CStr binary2hexstring(const unsigned char* bytes, int length) {
         return result;
     }
     const int size = 2 * length + 1;
-    char* const text = xstr_get_buffer(result.handle(), size);
-    if (text == nullptr) {
+    char* out = xstr_get_buffer(result.handle(), size);
+    if (out == nullptr) {
         return result;
     }
-    char* out = text;
     for (int i = 0; i < length; ++i) {
         *out++ = kHexDigits[bytes[i] >> 4];
         *out++ = kHexDigits[bytes[i] & 15];

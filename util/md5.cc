@@ -32,8 +32,10 @@ uint32_t mixI(uint32_t x, uint32_t y, uint32_t z) {
 
 using Mix = uint32_t (*)(uint32_t, uint32_t, uint32_t);
 
+// Inlined also where the compiler looks for size: the calls would cost more bytes than they save.
 template <Mix mix>
-void step(uint32_t& a, uint32_t b, uint32_t c, uint32_t d, uint32_t addend, unsigned bits) {
+[[gnu::always_inline]] inline void step(uint32_t& a, uint32_t b, uint32_t c, uint32_t d,
+                                        uint32_t addend, unsigned bits) {
     a = b + rotateLeft(a + mix(b, c, d) + addend, bits);
 }
 
