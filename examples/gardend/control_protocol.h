@@ -14,12 +14,15 @@
  *     request                   lines before the status
  *     status                    "zones N", "open N", "litres N.NNN",
  *                               "clock synchronized" or "clock unsynchronized", "schedules N",
- *                               "next ZONE DAY HH:MM": the next watering, or "next none"
+ *                               "next ZONE DAY HH:MM": the next watering, or "next none";
+ *                               "skipped ZONE DAY HH:MM": the last one that was left out because
+ *                               of a rule, or "skipped none"
  *     zones                     for each zone "NAME open|closed PERCENT LITRES [SECONDS]":
  *                               "roses open 31.0 0.000 1200" closes by itself in 1200 seconds
  *     moisture                  for each zone "NAME SAMPLES LOWEST MEAN HIGHEST", in percent,
  *                               since midnight: "roses 12 30.9 31.0 31.1"
  *     summary                   one, for people
+ *     display                   the two lines of the display: ASCII, 20 characters at most
  *     open ZONE [MINUTES]       none; the valve of the zone is open now: until it is closed, or
  *                               for 1 to 1440 minutes from now, whatever was said before
  *     close ZONE                none; the valve is closed now
@@ -31,7 +34,7 @@
  *     schedule remove NUMBER    none; a valve that it has opened stays open for its time
  *     clock synchronized        none; from now on the clock of the machine counts as right. To be
  *                               said again whenever it has been set
- *     language LIST             "en", "fr" or "de": the language of the summary and of the
+ *     language LIST             "en", "fr" or "de": the language of summary and display, and of the
  *                               sentences behind "ERROR", from now on, on this connection
  *     plugins                   for each plug-in "FILE DRIVES", in the order in which they were
  *                               loaded: "sim_valve.so valves". DRIVES is valves, sensors,
@@ -43,6 +46,10 @@
  *                               status, "signal-9", "unstarted", "lost", or "-": not yet
  *     run NAME                  none; the job is started now, also when it is waiting. Refused
  *                               while it is running
+ *     reload                    the configuration is read again. Refused, with lines that say what
+ *                               is wrong, when it is not good or cannot be followed: nothing has
+ *                               changed then. Else a line for each change that waits for the next
+ *                               start
  *     quit                      none; the daemon ends
  *
  * DAYS is "daily", or a list of mon, tue, wed, thu, fri, sat, sun with commas: "mon,wed,fri".
@@ -51,7 +58,8 @@
  * a client does not ask for a language, the sentences are English.
  *
  * Lines end with LF and are UTF-8. After a line that is too long the daemon closes the connection.
- * There are 64 schedules at most; they live as long as the daemon.
+ * There are 64 schedules at most. Those that are added or removed here survive the daemon where it
+ * has a state file; they have other numbers then.
  */
 
 namespace gardend {

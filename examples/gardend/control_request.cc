@@ -60,10 +60,12 @@ constexpr Form kForms[] = {
     {ControlRequest::kRemoveSchedule, "schedule", "remove", 3, 3, GARDEND_BAD_NUMBER},
     {ControlRequest::kClockSynchronized, "clock", "synchronized", 2, 2, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kSummary, "summary", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kDisplay, "display", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kLanguage, "language", nullptr, 2, 2, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kPlugIns, "plugins", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kJobs, "jobs", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kRun, "run", nullptr, 2, 2, GARDEND_UNKNOWN_REQUEST},
+    {ControlRequest::kReload, "reload", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
     {ControlRequest::kQuit, "quit", nullptr, 1, 1, GARDEND_UNKNOWN_REQUEST},
 };
 

@@ -22,10 +22,12 @@ struct ControlRequest {
         kRemoveSchedule,
         kClockSynchronized,
         kSummary,
+        kDisplay,
         kLanguage,
         kPlugIns,
         kJobs,
         kRun,
+        kReload,
         kQuit
     };
 

@@ -7,6 +7,7 @@
 #include <syslog.h>
 
 #include "control_request.h"
+#include "display.h"
 #include "summary.h"
 #include "words.h"
 
@@ -18,7 +19,7 @@ constexpr int kMaxConnections = 16;
 
 void listStatus(const CGarden& garden, const CWateringPlan& plan, CText& out) {
     const bool clockIsRight = zol::CTime::synchronized != 0;
-    out.addFormat("zones %d\n", CGarden::kZoneCount);
+    out.addFormat("zones %d\n", garden.getZoneCount());
     out.addFormat("open %d\n", garden.getOpenCount());
     out.add("litres ").addDecimal(garden.getMillilitres(), 3).add("\n");
     out.add(clockIsRight ? "clock synchronized\n" : "clock unsynchronized\n");
@@ -31,6 +32,14 @@ void listStatus(const CGarden& garden, const CWateringPlan& plan, CText& out) {
         out.add("next ").add(next.schedule->zone->getName());
         out.addFormat(" %s %02d:%02d\n", nameOfDay(next.day), next.schedule->hour,
                       next.schedule->minute);
+    }
+
+    const SkippedWatering& skipped = plan.getSkipped();
+    if (skipped.zone.isEmpty()) {
+        out.add("skipped none\n");
+    } else {
+        out.add("skipped ").add(skipped.zone.get());
+        out.addFormat(" %s %02d:%02d\n", nameOfDay(skipped.day), skipped.hour, skipped.minute);
     }
 }
 
@@ -62,6 +71,15 @@ void listSchedules(const CWateringPlan& plan, CText& out) {
         out.addFormat("%d ", schedule.number).add(schedule.zone->getName());
         out.addFormat(" %s %02d:%02d %d\n", days, schedule.hour, schedule.minute,
                       schedule.runMinutes);
+    }
+}
+
+void listDisplay(const CGarden& garden, const CWateringPlan& plan, const CPhrases& phrases,
+                 CText& out) {
+    Display display;
+    writeDisplay(garden, plan, phrases, display);
+    for (const char* line : display.lines) {
+        out.add(line).add("\n");
     }
 }
 
@@ -99,6 +117,7 @@ class CControlDialog : public CDialog {
     unsigned openValve(const ControlRequest& request);
     unsigned closeValve(const ControlRequest& request);
     unsigned addSchedule(const ControlRequest& request, CText& answer);
+    unsigned removeSchedule(const ControlRequest& request);
     unsigned trustClock();
     unsigned changeLanguage(const ControlRequest& request, CText& answer);
     unsigned runJob(const ControlRequest& request);
@@ -169,13 +188,17 @@ unsigned CControlDialog::answerLine(const char* line, CText& answer) {
             listSchedules(m_controlled.plan, answer);
             return 0;
         case ControlRequest::kRemoveSchedule:
-            return m_controlled.plan.remove(request.number) ? 0 : GARDEND_NO_SUCH_SCHEDULE;
+            return removeSchedule(request);
         case ControlRequest::kClockSynchronized:
             return trustClock();
         case ControlRequest::kSummary:
             addSummary(m_controlled.garden, m_controlled.plan,
                        m_controlled.languages.choose(m_wished.get()), answer);
             answer.add("\n");
+            return 0;
+        case ControlRequest::kDisplay:
+            listDisplay(m_controlled.garden, m_controlled.plan,
+                        m_controlled.languages.choose(m_wished.get()), answer);
             return 0;
         case ControlRequest::kLanguage:
             return changeLanguage(request, answer);
@@ -187,6 +210,8 @@ unsigned CControlDialog::answerLine(const char* line, CText& answer) {
             return 0;
         case ControlRequest::kRun:
             return runJob(request);
+        case ControlRequest::kReload:
+            return m_controlled.daemon.reload(answer) ? 0 : GARDEND_CONFIGURATION_STAYS;
         case ControlRequest::kQuit:
             return quit();
     }
@@ -227,7 +252,16 @@ unsigned CControlDialog::addSchedule(const ControlRequest& request, CText& answe
     if (number < 0) {
         return number == CWateringPlan::kFull ? GARDEND_TOO_MANY_SCHEDULES : GARDEND_NO_MEMORY;
     }
+    m_controlled.daemon.onPlanChanged();
     answer.addFormat("%d\n", number);
+    return 0;
+}
+
+unsigned CControlDialog::removeSchedule(const ControlRequest& request) {
+    if (!m_controlled.plan.remove(request.number)) {
+        return GARDEND_NO_SUCH_SCHEDULE;
+    }
+    m_controlled.daemon.onPlanChanged();
     return 0;
 }
 

@@ -13,6 +13,20 @@
 
 namespace gardend {
 
+/** The daemon as a whole. */
+class IDaemon {
+  public:
+    /** Reads the configuration again. @param answer  receives lines that say what is wrong, or what
+     *  waits for the next start  @return false when the configuration stays as it was */
+    virtual bool reload(CText& answer) = 0;
+
+    /** A client has changed the schedules. */
+    virtual void onPlanChanged() = 0;
+
+  protected:
+    ~IDaemon() = default;
+};
+
 /** What clients ask about and change; all of it must live longer than the server. */
 struct Controlled {
     zol::CEventLoop& loop;  // ended by the request "quit"
@@ -21,6 +35,7 @@ struct Controlled {
     CWateringPlan& plan;
     CJobs& jobs;
     const CLanguages& languages;
+    IDaemon& daemon;
 };
 
 /** Serves the control protocol; see control_protocol.h. */

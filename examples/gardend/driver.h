@@ -42,15 +42,16 @@
 
 namespace gardend {
 
-/** Each zone has a line, from 0 on in their order: that of its valve, and of its sensor. */
-constexpr int kLineCount = 4;
+/** Each zone has a line of its own, below this: that of its valve, and of its sensor. */
+constexpr int kLineCount = 8;
 
 /** Slot order is part of the interface. */
 class GARDEND_API IValveDriver {
   public:
     /**
-     * Opens or closes a valve. At the start all are told to close, whatever they were; then each is
-     * told only what changes something. One that does not close is told again at every tick.
+     * Opens or closes a valve. When a zone gets its line the valve is told to close, whatever it
+     * was; then it is told only what changes something. One that does not close is told again at
+     * every tick.
      *
      * @return false when the valve does not obey: it counts as being as it was
      */

@@ -2,35 +2,75 @@
 // SPDX-License-Identifier: MIT
 #include "garden.h"
 
+#include <new>
 #include <string.h>
 #include <syslog.h>
 
 namespace gardend {
 
 CGarden::CGarden(const Wiring& wiring)
-    : m_zones{{"lawn", 0, 200, wiring},
-              {"roses", 1, 60, wiring},
-              {"vegetables", 2, 80, wiring},
-              {"hedge", 3, 120, wiring}},
-      m_tick(zol::CTime::infinite, &m_whenToTick) {}
+    : m_wiring(wiring), m_tick(zol::CTime::infinite, &m_whenToTick) {}
 
 CGarden::~CGarden() {
     zol::CTimerHandler::remove(m_tick);
-    closeAllValves();
-    for (const CZone& zone : m_zones) {
-        if (zone.isOpen()) {
-            syslog(LOG_ERR, "the valve of %s is left open", zone.getName());
+    removeFrom(0);
+}
+
+bool CGarden::add(const zol::CTab<ZoneWish>& wishes) {
+    const int before = m_count;
+    for (const ZoneWish& wish : wishes) {
+        if (indexOf(wish.name.get()) >= 0) {
+            continue;
         }
+        std::unique_ptr<CZone> zone(new (std::nothrow)
+                                        CZone(wish.name.get(), wish.line, wish.flow, m_wiring));
+        if (zone == nullptr || wish.name != zone->getName() ||
+            (m_thread != nullptr && !zone->prepare(m_thread))) {
+            removeFrom(before);
+            return false;
+        }
+        m_zones[m_count] = std::move(zone);
+        ++m_count;
+    }
+    return true;
+}
+
+// What goes is closed before anything else takes its line.
+void CGarden::keep(const zol::CTab<ZoneWish>& wishes) {
+    for (int i = 0; i < wishes.getCount(); ++i) {
+        m_zones[i].swap(m_zones[indexOf(wishes[i].name.get())]);
+    }
+    removeFrom(wishes.getCount());
+    for (int i = 0; i < m_count; ++i) {
+        m_zones[i]->change(wishes[i].line, wishes[i].flow);
+        if (m_thread != nullptr && !m_zones[i]->hasStarted()) {
+            (void)m_zones[i]->start(m_thread, m_samplePeriod);  // it has been prepared
+        }
+    }
+}
+
+void CGarden::removeFrom(int index) {
+    for (int i = m_count - 1; i >= index; --i) {
+        (void)m_zones[i]->close();
+    }
+    while (m_count > index) {
+        --m_count;
+        if (m_zones[m_count]->isOpen()) {
+            syslog(LOG_ERR, "the valve of %s is left open", m_zones[m_count]->getName());
+        }
+        m_zones[m_count].reset();
     }
 }
 
 bool CGarden::start(evlp_thread_str* thread, const zol::CTime& tickPeriod,
                     const zol::CTime& samplePeriod) {
-    for (CZone& zone : m_zones) {
-        if (!zone.start(thread, samplePeriod)) {
+    for (int i = 0; i < m_count; ++i) {
+        if (!m_zones[i]->start(thread, samplePeriod)) {
             return false;
         }
     }
+    m_thread = thread;
+    m_samplePeriod = samplePeriod;
     m_tick = zol::CTimer(tickPeriod, &m_whenToTick);
     zol::CTimerHandler::add(thread, m_tick);
     return true;
@@ -39,30 +79,35 @@ bool CGarden::start(evlp_thread_str* thread, const zol::CTime& tickPeriod,
 // Ticks do not drift, but those that were missed are not made up for: how much time has passed is
 // for the clock to say.
 void CGarden::onTick(int) {
-    for (CZone& zone : m_zones) {
-        zone.catchUp();
-        zone.retryClosing();
+    for (int i = 0; i < m_count; ++i) {
+        m_zones[i]->catchUp();
+        m_zones[i]->retryClosing();
     }
 }
 
 void CGarden::closeAllValves() {
-    for (CZone& zone : m_zones) {
-        (void)zone.close();
+    for (int i = 0; i < m_count; ++i) {
+        (void)m_zones[i]->close();
     }
 }
 
-CZone* CGarden::findZone(const char* name) {
-    for (CZone& zone : m_zones) {
-        if (strcmp(zone.getName(), name) == 0) {
-            return &zone;
+int CGarden::indexOf(const char* name) const {
+    for (int i = 0; i < m_count; ++i) {
+        if (strcmp(m_zones[i]->getName(), name) == 0) {
+            return i;
         }
     }
-    return nullptr;
+    return -1;
+}
+
+CZone* CGarden::findZone(const char* name) const {
+    const int index = indexOf(name);
+    return index < 0 ? nullptr : m_zones[index].get();
 }
 
 int CGarden::getOpenCount() const {
     int count = 0;
-    for (const CZone& zone : m_zones) {
+    for (const CZone& zone : getZones()) {
         count += zone.isOpen() ? 1 : 0;
     }
     return count;
@@ -70,7 +115,7 @@ int CGarden::getOpenCount() const {
 
 int64_t CGarden::getMillilitres() const {
     int64_t sum = 0;
-    for (const CZone& zone : m_zones) {
+    for (const CZone& zone : getZones()) {
         sum += zone.getMillilitres();
     }
     return sum;

@@ -24,7 +24,7 @@ CHook::CHook(const char* program, evlp_thread_str* thread, const char* user)
 }
 
 CHook::~CHook() {
-    while (dropOvertaken() != nullptr) {
+    while (!dropOvertaken().isEmpty()) {
     }
     while (!m_waiting.isEmpty()) {
         (void)m_process.detach();
@@ -38,25 +38,26 @@ void CHook::onValve(const char* zone, bool isOpen) {
     }
     static_assert(kMaxWaiting > kLineCount, "so that of too many events one is overtaken");
     if (m_waiting.getCount() == kMaxWaiting) {
-        const char* const dropped = dropOvertaken();
-        syslog(LOG_WARNING, "the hook is late: it is not told all of %s", dropped);
+        const zol::CStr dropped = dropOvertaken();
+        syslog(LOG_WARNING, "the hook is late: it is not told all of %s", dropped.get());
     }
-    if (m_waiting.append({zone, isOpen}) < 0) {
+    const Event event = {zone, isOpen};
+    if (event.zone.isEmpty() || m_waiting.append(event) < 0) {
         syslog(LOG_ERR, "no memory: the hook is not told of %s", zone);
     }
     startNext();
 }
 
-const char* CHook::dropOvertaken() {
+zol::CStr CHook::dropOvertaken() {
     for (int i = 0; i < m_waiting.getCount(); ++i) {
-        const char* const zone = m_waiting[i].zone;
+        const zol::CStr zone = m_waiting[i].zone;
         for (int later = i + 1; later < m_waiting.getCount(); ++later) {
-            if (strcmp(m_waiting[later].zone, zone) == 0) {
-                return m_waiting.remove(i) == 0 ? zone : nullptr;
+            if (m_waiting[later].zone == zone) {
+                return m_waiting.remove(i) == 0 ? zone : "";
             }
         }
     }
-    return nullptr;
+    return "";
 }
 
 void CHook::startNext() {
@@ -70,7 +71,7 @@ void CHook::startNext() {
 
 bool CHook::start(const Event& event) {
     // As for execve(2): an old interface, which changes none of its words.
-    char* const words[] = {const_cast<char*>(m_program), const_cast<char*>(event.zone),
+    char* const words[] = {const_cast<char*>(m_program), const_cast<char*>(event.zone.get()),
                            const_cast<char*>(event.isOpen ? "open" : "closed"), nullptr};
     // The 0 only chooses the form of start() that looks along PATH.
     if (m_process.start(0, words, kChildFlags) != 0) {

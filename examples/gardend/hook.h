@@ -39,20 +39,19 @@ class CHook : public zol::CEventDest<CHook, void>,
     CHook(const CHook&) = delete;
     CHook& operator=(const CHook&) = delete;
 
-    /** @param zone  not copied */
     void onValve(const char* zone, bool isOpen) override;
 
     void onProcTerm(zol::CProcess* process, int status) override;
 
   private:
     struct Event {
-        const char* zone;
+        zol::CStr zone;  // which may be gone when its turn comes
         bool isOpen;
     };
 
-    /** Drops the first event that waits for which its zone has a later one. @return the zone; null
+    /** Drops the first event that waits for which its zone has a later one. @return the zone; empty
      *  when there is none */
-    const char* dropOvertaken();
+    zol::CStr dropOvertaken();
     void startNext();
     bool start(const Event& event);
     void onTimeOver(int);

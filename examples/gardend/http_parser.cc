@@ -17,10 +17,9 @@ bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-// The characters of methods and of field names.
 bool isToken(const char* text) {
     for (const char* c = text; *c != '\0'; ++c) {
-        if (!isDigit(*c) && !isLetter(*c) && strchr("!#$%&'*+-.^_`|~", *c) == nullptr) {
+        if (!isTokenCharacter(*c)) {
             return false;
         }
     }
@@ -78,6 +77,10 @@ bool listHas(const char* list, const char* word) {
 }
 
 }  // namespace
+
+bool isTokenCharacter(char c) {
+    return isDigit(c) || isLetter(c) || (c != '\0' && strchr("!#$%&'*+-.^_`|~", c) != nullptr);
+}
 
 void CHttpParser::restart() {
     *this = CHttpParser();
@@ -150,12 +153,11 @@ void CHttpParser::parseRequestLine(const zol::CStr& line) {
         fail(400);
         return;
     }
-    zol::CStr target;
-    if (!copy(target, line.get() + methodEnd + 1, targetEnd - methodEnd - 1) ||
+    if (!copy(m_request.target, line.get() + methodEnd + 1, targetEnd - methodEnd - 1) ||
         !copy(m_request.method, line.get(), methodEnd)) {
         return;
     }
-    if (!isToken(m_request.method.get()) || !parseTarget(target.get())) {
+    if (!isToken(m_request.method.get()) || !parseTarget(m_request.target.get())) {
         fail(400);
         return;
     }
@@ -226,6 +228,12 @@ void CHttpParser::parseField(const zol::CStr& line) {
         m_keepAlive = m_keepAlive || listHas(text, "keep-alive");
     } else if (strcasecmp(name.get(), "Accept-Language") == 0) {
         addToList(m_request.languages, text);
+    } else if (strcasecmp(name.get(), "Authorization") == 0) {
+        if (m_hasAuthorization) {
+            fail(400);
+        }
+        m_hasAuthorization = true;
+        m_request.authorization = value;
     }
 }
 

@@ -7,12 +7,17 @@
 
 namespace gardend {
 
+/** @return whether names of methods, of header fields and of parameters may have it */
+bool isTokenCharacter(char c);
+
 /** What a request asks for. */
 struct HttpRequest {
     zol::CStr method;
+    zol::CStr target;     // as the client has written it
     zol::CStr path;       // of the target: no host, no query; "%41" stays as it is
     zol::CStr languages;  // that the client would like: all its fields Accept-Language as one list
-    bool keepAlive = false;  // the client would like to go on with the connection
+    zol::CStr authorization;  // the field of that name; empty where there is none
+    bool keepAlive = false;   // the client would like to go on with the connection
 };
 
 /**
@@ -84,6 +89,7 @@ class CHttpParser {
     int m_contentLength = -1;  // -1: not given; more than allowed counts as kMaxBodySize + 1
     bool m_hasTransferEncoding = false;
     bool m_hasExpectation = false;
+    bool m_hasAuthorization = false;
     bool m_close = false;
     bool m_keepAlive = false;
     int m_bodyLeft = 0;  // more than 0: the head is done

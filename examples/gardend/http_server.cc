@@ -19,10 +19,16 @@ const char* nameOf(int status) {
             return "OK";
         case 400:
             return "Bad Request";
+        case 401:
+            return "Unauthorized";
+        case 403:
+            return "Forbidden";
         case 404:
             return "Not Found";
         case 405:
             return "Method Not Allowed";
+        case 410:
+            return "Gone";
         case 413:
             return "Content Too Large";
         case 417:

@@ -14,7 +14,7 @@ struct HttpAnswer {
     int status = 200;
     const char* contentType = "text/plain; charset=utf-8";
     const char* language = nullptr;  // of the body, where it was chosen for the client
-    const char* fields = "";         // further header fields: whole lines, each with its CR LF
+    CText fields;                    // further ones: whole lines, each with its CR LF
     CText body;
 };
 

@@ -11,7 +11,8 @@ bool CJobs::add(const JobWish& wish) {
     if (m_count == kMost) {
         return false;
     }
-    CJob* const job = new (std::nothrow) CJob(wish.name.get(), wish.command, m_thread, m_user);
+    CJob* const job =
+        new (std::nothrow) CJob(wish.name.get(), wish.command.get(), m_thread, m_user);
     if (job == nullptr) {
         return false;
     }

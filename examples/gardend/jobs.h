@@ -12,7 +12,7 @@ namespace gardend {
 /** What is said of a job before it is there. */
 struct JobWish {
     zol::CStr name;
-    const char* command = nullptr;
+    zol::CStr command;
 };
 
 /** The jobs of a daemon, in the order in which they were added. */

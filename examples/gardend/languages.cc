@@ -54,7 +54,8 @@ CPhrases::CPhrases(const char* language, const zol::cat::CCatalog* catalog)
 
 void CPhrases::add(CText& out, unsigned id, std::initializer_list<Value> values) const {
     zol::CStr text;
-    const bool isThere = m_catalog != nullptr && m_catalog->getMessage(id, text) == 0;
+    const bool isThere =
+        m_catalog != nullptr && m_catalog->getMessage(id, text) == 0 && *text.get() != '\0';
     // A line end in the middle of an answer would be taken for the end of the answer.
     out.addFilled(isThere && isLine(text.get()) ? text.get() : englishText(id), values);
 }

@@ -23,8 +23,8 @@ constexpr int kLanguageCount = sizeof(kLanguages) / sizeof(kLanguages[0]);
  *     phrases.add(page, GARDEND_OPEN_FOR, {"4:59"});
  *
  * Catalogs are files: they may be missing or damaged, or be somebody else's. A text that is not
- * there, or that is no line of UTF-8, is said in English, which is part of the program. A text is
- * never a format of printf(3): it is copied, and nothing but "%1$s", "%2$s", for which there are
+ * there, is empty, or is no line of UTF-8, is said in English, which is part of the program. A text
+ * is never a format of printf(3): it is copied, and nothing but "%1$s", "%2$s", for which there are
  * values, and "%%" means anything in it. For HTML it is escaped as everything is.
  */
 class CPhrases {

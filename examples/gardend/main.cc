@@ -4,13 +4,16 @@
 //
 // How it hangs together: one event loop runs everything. The garden ticks on a timer, and the plan
 // (watering_plan.h) waters it by the calendar, with drivers (drivers.h) that plug-ins bring; the
-// status page (http_server.h, status_page.h) shows both; the control socket (control_server.h)
-// changes them. Both servers speak through dialog.h, which does the reading and writing, and in the
-// language of their client (languages.h). Other programs run beside it: jobs (jobs.h), and a hook
-// for when valves move (hook.h). This file puts the pieces together and ends them.
+// status page (http_server.h, status_page.h) shows both, to whom it may (digest_login.h), with logs
+// to download (downloads.h); the control socket (control_server.h) changes them. Both servers speak
+// through dialog.h, which does the reading and writing, and in the language of their client
+// (languages.h). Other programs run beside it: jobs (jobs.h), and a hook for when valves move
+// (hook.h). A file says all that (configuration.h), and may be read again; what is to survive the
+// end is in another one (state_file.h). This file puts the pieces together and ends them.
 
-#include <arpa/inet.h>
 #include <errno.h>
+#include <memory>
+#include <new>
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>
@@ -21,14 +24,18 @@
 #include "zol/event.h"
 #include "zol/sock.h"
 
+#include "configuration.h"
 #include "control_server.h"
 #include "drivers.h"
 #include "garden.h"
 #include "hook.h"
-#include "http_server.h"
 #include "jobs.h"
 #include "languages.h"
+#include "listeners.h"
+#include "moisture_files.h"
 #include "options.h"
+#include "secret.h"
+#include "state_file.h"
 #include "status_page.h"
 #include "watering_plan.h"
 
@@ -58,20 +65,52 @@ bool isPathFree(const char* path) {
     return false;
 }
 
+// What the command line says wins over the file, and that over what is usual.
+// @return null, with complaints
+std::unique_ptr<Configuration> load(const Options& options, CText& complaints) {
+    std::unique_ptr<Configuration> loaded =
+        readConfiguration(options.configuration.get(), complaints);
+    if (loaded == nullptr) {
+        return nullptr;
+    }
+    Settings settings = options.settings;
+    const bool isWhole = settings.complete(loaded->settings) &&
+                         settings.complete(defaultSettings()) && !settings.listen.isEmpty() &&
+                         !settings.controlPath.isEmpty();
+    if (!isWhole || settings.jobs.getCount() > CJobs::kMost) {
+        const char* const reason = isWhole ? "too many jobs" : "no memory";
+        syslog(LOG_ERR, "%s", reason);
+        complaints.add(reason).add("\n");
+        return nullptr;
+    }
+    loaded->settings = settings;
+    return loaded;
+}
+
 /** The whole of the daemon. Members are destroyed from the last to the first. */
-class CDaemon : public zol::CEventDest<CDaemon, void> {
+class CDaemon : public zol::CEventDest<CDaemon, void>,
+                public IDaemon,
+                public IValveWatcher,
+                public IWateringGate {
   public:
     /** @param drivers  which have all that is needed; must live longer */
-    CDaemon(const Options& options, CDrivers& drivers)
+    CDaemon(const Options& options, std::unique_ptr<Configuration> configuration, CDrivers& drivers)
         : m_options(options),
-          m_hook(options.hook, m_loop.getThread(), options.jobUser),
-          m_garden({*drivers.getValves(), *drivers.getSensors(), &m_hook}),
-          m_plan(m_loop.getThread()),
-          m_languages(options.catalogs.isEmpty() ? findCatalogs().get() : options.catalogs.get()),
-          m_site(m_garden, m_plan, m_languages),
-          m_http(m_loop.getThread(), m_site, options.timeLimit),
-          m_jobs(m_loop.getThread(), options.jobUser),
-          m_control({m_loop, drivers, m_garden, m_plan, m_jobs, m_languages}, options.timeLimit) {}
+          m_settings(configuration->settings),
+          m_configuration(std::move(configuration)),
+          m_hook(m_settings.hook.isEmpty() ? nullptr : m_settings.hook.get(), m_loop.getThread(),
+                 m_settings.jobUser.get()),
+          m_garden({*drivers.getValves(), *drivers.getSensors(), this, &m_samples}),
+          m_plan(m_loop.getThread(), this),
+          m_state(m_settings.stateFile.get(), m_loop.getThread(), m_garden, m_plan),
+          m_languages(m_settings.catalogs.isEmpty() ? findCatalogs().get()
+                                                    : m_settings.catalogs.get()),
+          m_login(makeSecret()),
+          m_site({m_garden, m_plan, m_downloads, m_languages, m_login}),
+          m_listeners(m_loop.getThread(), m_site, m_settings.timeLimit),
+          m_jobs(m_loop.getThread(), m_settings.jobUser.get()),
+          m_control({m_loop, drivers, m_garden, m_plan, m_jobs, m_languages, *this},
+                    m_settings.timeLimit) {}
 
     ~CDaemon() override;
 
@@ -81,46 +120,75 @@ class CDaemon : public zol::CEventDest<CDaemon, void> {
     /** Runs until it is told to end. @return false when the loop fails */
     bool run() { return m_loop.loop(0, 0) == 0; }
 
+    bool reload(CText& answer) override;
+    void onPlanChanged() override { m_state.touch(); }
+    void onValve(const char* zone, bool isOpen) override;
+    bool mayWater(const CZone& zone, const tm& now) override;
+
   private:
     bool addJobs();
-    bool listenForClients();
+    bool adopt(const Configuration& next, CText& reason);
+    void tellWhatWaits(const Settings& next, CText& answer);
+    bool listenForControl();
     bool watchSignals();
     void announce();
     void onSignal(int signum);
+    void onHangup(int);
 
     const Options& m_options;
+    const Settings m_settings;  // as of the start; of later ones only a part counts
+    std::unique_ptr<Configuration> m_configuration;
+    bool m_isRunning = false;
     zol::CEventLoop m_loop;
-    CHook m_hook;  // which the garden tells of the valves that it closes at its end
+    CHook m_hook;  // which hears of the valves that the garden closes at its end
+    CMoistureFiles m_samples;
     CGarden m_garden;
     CWateringPlan m_plan;
+    CStateFile m_state;
     CLanguages m_languages;
+    CDigestLogin m_login;
+    CDownloads m_downloads;
     CStatusSite m_site;
-    CHttpServer m_http;
+    CListeners m_listeners;
     CJobs m_jobs;
     CControlServer m_control;
     zol::CEventMsg<CDaemon, int> m_onTerminate{this, &CDaemon::onSignal, SIGTERM};
     zol::CEventMsg<CDaemon, int> m_onInterrupt{this, &CDaemon::onSignal, SIGINT};
+    zol::CEventMsg<CDaemon, int> m_onHangup{this, &CDaemon::onHangup, SIGHUP};
     zol::CEventSignal m_terminate;
     zol::CEventSignal m_interrupt;
+    zol::CEventSignal m_hangup;
 };
 
 CDaemon::~CDaemon() {
     if (m_control.getFd() >= 0) {
-        (void)unlink(m_options.controlPath.get());
+        (void)unlink(m_settings.controlPath.get());
+    }
+    if (m_isRunning) {
+        m_garden.closeAllValves();
+        m_state.write();
+        m_isRunning = false;
     }
 }
 
 // The sockets come before the garden: where another daemon has them, the valves are its own.
 bool CDaemon::start() {
-    if (!addJobs() || !listenForClients()) {
+    CText complaints;
+    if (!adopt(*m_configuration, complaints)) {
+        (void)fprintf(stderr, "gardend: %s\n", complaints.get());
         return false;
     }
+    if (!addJobs() || !listenForControl()) {
+        return false;
+    }
+    m_state.read();
     if (!watchSignals() ||
-        !m_garden.start(m_loop.getThread(), m_options.tick, m_options.samplePeriod) ||
+        !m_garden.start(m_loop.getThread(), m_settings.tick, m_settings.samplePeriod) ||
         !m_plan.start()) {
         (void)fputs("gardend: no event loop\n", stderr);
         return false;
     }
+    m_isRunning = true;
     if (!m_languages.hasDefault()) {
         syslog(LOG_WARNING, "no message catalog of English: see --texts");
     }
@@ -129,9 +197,71 @@ bool CDaemon::start() {
     return true;
 }
 
+// All that can fail comes first, and is undone where something else fails.
+bool CDaemon::adopt(const Configuration& next, CText& reason) {
+    if (!m_listeners.open(next.settings.listen, reason)) {
+        return false;
+    }
+    const bool hasZones = m_garden.add(next.zones);
+    const int error = hasZones ? m_plan.configure(next.schedules, m_garden) : 0;
+    if (!hasZones || error != 0) {
+        reason.add(error == CWateringPlan::kFull
+                       ? "too many schedules, with those that were added by hand"
+                       : "no memory");
+        m_garden.keep(m_configuration->zones);
+        m_listeners.keep(m_configuration->settings.listen);
+        return false;
+    }
+
+    m_plan.keepZones(next.zones);
+    m_garden.keep(next.zones);
+    m_listeners.keep(next.settings.listen);
+    m_login.setUsers(next.users);
+    m_downloads.configure(next.downloadKey, next.downloadMinutes, next.settings.logFolder);
+    m_samples.setFolder(next.settings.logFolder);
+    return true;
+}
+
+bool CDaemon::reload(CText& answer) {
+    std::unique_ptr<Configuration> next = load(m_options, answer);
+    CText reason;
+    if (next == nullptr || !adopt(*next, reason)) {
+        if (!reason.isEmpty()) {
+            syslog(LOG_ERR, "%s", reason.get());
+            answer.add(reason).add("\n");
+        }
+        syslog(LOG_ERR, "the configuration stays as it was");
+        return false;
+    }
+    m_configuration = std::move(next);
+    syslog(LOG_NOTICE, "the configuration has been read again");
+    tellWhatWaits(m_configuration->settings, answer);
+    m_state.touch();
+    return true;
+}
+
+void CDaemon::tellWhatWaits(const Settings& next, CText& answer) {
+    for (int i = 0; findFixedDifference(m_settings, next, i) != nullptr; ++i) {
+        const char* const what = findFixedDifference(m_settings, next, i);
+        syslog(LOG_WARNING, "%s: the change waits for the next start", what);
+        answer.add(what).add(": the change waits for the next start\n");
+    }
+}
+
+void CDaemon::onValve(const char* zone, bool isOpen) {
+    m_hook.onValve(zone, isOpen);
+    if (m_isRunning) {
+        m_state.touch();
+    }
+}
+
+bool CDaemon::mayWater(const CZone& zone, const tm& now) {
+    return m_configuration->rules.allow({m_garden, zone, now});
+}
+
 bool CDaemon::addJobs() {
-    for (int i = 0; i < m_options.jobCount; ++i) {
-        if (!m_jobs.add(m_options.jobs[i])) {
+    for (const JobWish& job : m_settings.jobs) {
+        if (!m_jobs.add(job)) {
             (void)fputs("gardend: no memory\n", stderr);
             return false;
         }
@@ -140,21 +270,20 @@ bool CDaemon::addJobs() {
 }
 
 bool CDaemon::watchSignals() {
+    const zol::CTime forEver = zol::CTime::infinite;
     return m_terminate.set(m_loop.getThread(), SIGTERM, &m_onTerminate) != 0 &&
            m_interrupt.set(m_loop.getThread(), SIGINT, &m_onInterrupt) != 0 &&
-           m_terminate.add(zol::CTime::infinite) == 0 && m_interrupt.add(zol::CTime::infinite) == 0;
+           m_hangup.set(m_loop.getThread(), SIGHUP, &m_onHangup) != 0 &&
+           m_terminate.add(forEver) == 0 && m_interrupt.add(forEver) == 0 &&
+           m_hangup.add(forEver) == 0;
 }
 
-bool CDaemon::listenForClients() {
-    if (!m_http.openIPv4Socket(m_options.address, m_options.port, 1)) {
-        perror("gardend: cannot listen for the status page");
-        return false;
-    }
-    if (!isPathFree(m_options.controlPath.get())) {
+bool CDaemon::listenForControl() {
+    if (!isPathFree(m_settings.controlPath.get())) {
         return false;  // somebody was faster, while the drivers were loaded
     }
     const mode_t mask = umask(077);  // it is for its owner
-    const bool listens = m_control.openUnixSocket(m_options.controlPath.get(), 1);
+    const bool listens = m_control.openUnixSocket(m_settings.controlPath.get(), 1);
     (void)umask(mask);
     if (!listens) {
         perror("gardend: cannot listen on the control socket");
@@ -165,16 +294,15 @@ bool CDaemon::listenForClients() {
 
 // For people, and for scripts that wait until the daemon is there.
 void CDaemon::announce() {
-    uint16_t family = 0;
-    uint16_t portNet = 0;
-    uint16_t peerPortNet = 0;
-    zol::CStr address;
-    zol::CStr peer;
-    (void)xsock_get_info(m_http.getFd(), &family, address.handle(), &portNet, peer.handle(),
-                         &peerPortNet);
-    (void)printf("gardend ready: http://%s:%d/ %s\n", address.get(), ntohs(portNet),
-                 m_options.controlPath.get());
+    CText addresses;
+    m_listeners.list(addresses);
+    (void)printf("gardend ready: %s%s\n", addresses.get(), m_settings.controlPath.get());
     (void)fflush(stdout);
+}
+
+void CDaemon::onHangup(int) {
+    CText answer;  // which the log has got, too
+    (void)reload(answer);
 }
 
 void CDaemon::onSignal(int signum) {
@@ -196,15 +324,26 @@ bool isComplete(const CDrivers& drivers) {
 }
 
 int serve(const Options& options) {
-    // First of all: drivers that are loaded may well disturb those of a daemon that runs.
-    if (!isPathFree(options.controlPath.get())) {
+    CText complaints;
+    std::unique_ptr<Configuration> configuration = load(options, complaints);
+    if (configuration == nullptr) {
+        (void)fputs(complaints.get(), stderr);
         return 1;
     }
-    CDrivers drivers(options.drivers.isEmpty() ? findDrivers().get() : options.drivers.get());
+    if (options.checkOnly) {
+        return 0;
+    }
+    const Settings& settings = configuration->settings;
+    zol::CTime::synchronized = settings.waitForClock ? 0 : 1;
+    // First of all: drivers that are loaded may well disturb those of a daemon that runs.
+    if (!isPathFree(settings.controlPath.get())) {
+        return 1;
+    }
+    CDrivers drivers(settings.drivers.isEmpty() ? findDrivers().get() : settings.drivers.get());
     if (!isComplete(drivers)) {
         return 1;
     }
-    CDaemon daemon(options, drivers);
+    CDaemon daemon(options, std::move(configuration), drivers);
     return daemon.start() && daemon.run() ? 0 : 1;
 }
 
@@ -223,6 +362,6 @@ int main(int argc, char** argv) {
     setlogmask(LOG_UPTO(LOG_NOTICE));  // the library tells what it does at LOG_INFO
     signal(SIGPIPE, SIG_IGN);          // a reader of our output that has gone must not end us
     signal(SIGCHLD, SIG_DFL);          // where it is ignored, nobody learns how children end
-    zol::CTime::synchronized = options.waitForClock ? 0 : 1;
+    gardend::seedRandom();
     return gardend::serve(options);
 }

@@ -10,6 +10,12 @@ namespace gardend {
 /** The lowest, the mean and the highest of the moisture samples of one day. */
 class CMoistureLog {
   public:
+    CMoistureLog() = default;
+
+    /** As an earlier log was, of at least one sample. */
+    CMoistureLog(int day, int count, int64_t sum, int lowest, int highest)
+        : m_day(day), m_count(count), m_sum(sum), m_lowest(lowest), m_highest(highest) {}
+
     /**
      * Adds a sample. The first one of another day begins a new log.
      *
@@ -17,7 +23,9 @@ class CMoistureLog {
      */
     void add(int permille, int day);
 
+    int getDay() const { return m_day; }
     int getCount() const { return m_count; }
+    int64_t getSum() const { return m_sum; }
 
     // Each 0 as long as there is no sample.
     int getLowest() const { return m_lowest; }
@@ -27,9 +35,9 @@ class CMoistureLog {
   private:
     int m_day = 0;
     int m_count = 0;
+    int64_t m_sum = 0;
     int m_lowest = 0;
     int m_highest = 0;
-    int64_t m_sum = 0;
 };
 
 }  // namespace gardend

@@ -2,13 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "options.h"
 
-#include <arpa/inet.h>
 #include <getopt.h>
-#include <pwd.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include "words.h"
 
@@ -20,8 +16,10 @@ constexpr char kHelp[] =
     "Usage: gardend [OPTION]...\n"
     "Waters a garden, with the valves and sensors that plug-ins drive.\n"
     "\n"
+    "  --config FILE       describes the garden, and all that follows; options win over it\n"
+    "  --check             only say what is wrong with the file: exit status 0 or 1\n"
     "  --listen ADDR:PORT  IPv4 address and TCP port of the status page; port 0: any free one\n"
-    "                      (127.0.0.1:8080)\n"
+    "                      (127.0.0.1:8080). May be said again, for further ones\n"
     "  --socket PATH       control socket, for gardenctl (/run/gardend.sock)\n"
     "  --texts PATTERN     where the message catalogs are: a path with %s for the language, and\n"
     "                      wildcards (texts/%s/gardend.cat beside the program, or\n"
@@ -45,7 +43,6 @@ constexpr char kHelp[] =
     "It ends with SIGTERM, SIGINT or \"gardenctl quit\".\n";
 
 constexpr int kUsageError = 2;
-constexpr size_t kMaxJobName = 31;
 constexpr int64_t kMillisecond = 1000;
 constexpr int64_t kSecond = 1000000;
 
@@ -59,72 +56,47 @@ bool readDuration(const char* word, int64_t unitUs, zol::CTime& time) {
     return true;
 }
 
-bool readListen(const char* text, Options& options) {
-    const char* const colon = strchr(text, ':');
-    if (colon == nullptr) {
-        return false;
-    }
-    in_addr address = {};
-    int port = 0;
-    const zol::CStr host(text, static_cast<int>(colon - text));
-    if (inet_pton(AF_INET, host.get(), &address) != 1 || !readNumber(colon + 1, 0, 65535, port)) {
-        return false;
-    }
-    options.address = ntohl(address.s_addr);
-    options.port = static_cast<uint16_t>(port);
-    return true;
+bool readListen(const char* text, Settings& settings) {
+    ListenAddress address;
+    return readListenAddress(text, address) && settings.listen.append(address) > 0;
 }
 
-// The system's record of a socket path is short.
 bool readPath(const char* text, zol::CStr& path) {
     path = text;
-    return *text != '\0' && strlen(text) < sizeof(sockaddr_un::sun_path);
+    return isSocketPath(text);
 }
 
-// Names are words of the control protocol.
-bool readJob(const char* text, Options& options, const char*& fault) {
-    const size_t length = strspn(text,
-                                 "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                 "0123456789_-");
-    if (length == 0 || length > kMaxJobName || text[length] != '=' || text[length + 1] == '\0') {
+bool readJob(const char* text, Settings& settings, const char*& fault) {
+    const char* const sign = strchr(text, '=');
+    const zol::CStr name(text, sign == nullptr ? 0 : static_cast<int>(sign - text));
+    if (!isJobName(name.get()) || sign[1] == '\0') {
         return false;
     }
-    if (options.jobCount == CJobs::kMost) {
+    if (settings.jobs.getCount() == CJobs::kMost) {
         fault = "one job too many";
         return false;
     }
-    const zol::CStr name(text, static_cast<int>(length));
-    for (int i = 0; i < options.jobCount; ++i) {
-        if (options.jobs[i].name == name) {
-            fault = "there is a job of that name already";
-            return false;
-        }
+    if (indexOfJob(settings.jobs, name) >= 0) {
+        fault = "there is a job of that name already";
+        return false;
     }
-    options.jobs[options.jobCount] = {name, text + length + 1};
-    ++options.jobCount;
-    return true;
+    return settings.jobs.append({name, sign + 1}) > 0;
 }
 
-// A longer name would be cut, and be that of somebody else.
-bool readUser(const char* name, const char*& user, const char*& fault) {
+bool readUser(const char* name, zol::CStr& user, const char*& fault) {
     user = name;
-    const passwd* const entry = getpwnam(name);
-    if (entry == nullptr || strlen(name) >= sizeof(xexec_s::user)) {
-        fault = "no such user";
-        return false;
-    }
-    if (geteuid() != 0 && entry->pw_uid != geteuid()) {
-        fault = "only root runs jobs as somebody else";
-        return false;
-    }
-    return true;
+    const char* const found = findFaultOfUser(name);
+    fault = found == nullptr ? fault : found;
+    return found == nullptr;
 }
 
 }  // namespace
 
 int readOptions(int argc, char** argv, Options& options) {
     enum {
-        kListen = 1,
+        kConfig = 1,
+        kCheck,
+        kListen,
         kSocket,
         kTexts,
         kDrivers,
@@ -139,6 +111,8 @@ int readOptions(int argc, char** argv, Options& options) {
         kShowHelp
     };
     static const option kOptions[] = {
+        {"config", required_argument, nullptr, kConfig},
+        {"check", no_argument, nullptr, kCheck},
         {"listen", required_argument, nullptr, kListen},
         {"socket", required_argument, nullptr, kSocket},
         {"texts", required_argument, nullptr, kTexts},
@@ -154,47 +128,55 @@ int readOptions(int argc, char** argv, Options& options) {
         {"help", no_argument, nullptr, kShowHelp},
         {nullptr, 0, nullptr, 0},
     };
+    Settings& settings = options.settings;
     int index = 0;
     int which = 0;
     while ((which = getopt_long(argc, argv, "", kOptions, &index)) != -1) {
         bool good = true;
         const char* fault = "not valid";
         switch (which) {
+            case kConfig:
+                options.configuration = optarg;
+                good = *optarg != '\0';
+                break;
+            case kCheck:
+                options.checkOnly = true;
+                break;
             case kListen:
-                good = readListen(optarg, options);
+                good = readListen(optarg, settings);
                 break;
             case kSocket:
-                good = readPath(optarg, options.controlPath);
+                good = readPath(optarg, settings.controlPath);
                 break;
             case kTexts:
-                options.catalogs = optarg;
+                settings.catalogs = optarg;
                 good = *optarg != '\0';
                 break;
             case kDrivers:
-                options.drivers = optarg;
+                settings.drivers = optarg;
                 good = *optarg != '\0';
                 break;
             case kHook:
-                options.hook = optarg;
+                settings.hook = optarg;
                 good = *optarg != '\0';
                 break;
             case kJob:
-                good = readJob(optarg, options, fault);
+                good = readJob(optarg, settings, fault);
                 break;
             case kJobUser:
-                good = readUser(optarg, options.jobUser, fault);
+                good = readUser(optarg, settings.jobUser, fault);
                 break;
             case kTick:
-                good = readDuration(optarg, kMillisecond, options.tick);
+                good = readDuration(optarg, kMillisecond, settings.tick);
                 break;
             case kSample:
-                good = readDuration(optarg, kSecond, options.samplePeriod);
+                good = readDuration(optarg, kSecond, settings.samplePeriod);
                 break;
             case kTimeout:
-                good = readDuration(optarg, kMillisecond, options.timeLimit);
+                good = readDuration(optarg, kMillisecond, settings.timeLimit);
                 break;
             case kWaitForClock:
-                options.waitForClock = true;
+                settings.waitForClock = true;
                 break;
             case kLogStderr:
                 options.logToTerminal = true;

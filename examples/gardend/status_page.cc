@@ -2,6 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "status_page.h"
 
+#include <time.h>
+
+#include "display.h"
+#include "monotonic_time.h"
 #include "summary.h"
 #include "words.h"
 
@@ -23,6 +27,7 @@ th { background: #2d6a3e; color: #fff; font-weight: 500; }
 .number { text-align: right; font-variant-numeric: tabular-nums; }
 .open { color: #1767a8; font-weight: 600; }
 meter { width: 6rem; vertical-align: middle; }
+pre { display: inline-block; padding: .5rem .9rem; background: #243; color: #cf9; border-radius: .5rem; }
 footer { margin-top: 1rem; color: #678; }
 </style>
 )";
@@ -131,6 +136,28 @@ void addSchedule(const Schedule& schedule, CPage& page) {
     page.markup("</td></tr>\n");
 }
 
+// Each with an address that is good from now on for some minutes.
+void addLogs(const CDownloads& downloads, CPage& page) {
+    const zol::CTab<zol::CStr> names = downloads.list();
+    if (names.isEmpty()) {
+        return;
+    }
+    page.markup("<h2>").say(GARDEND_LOGS).markup("</h2>\n<ul>\n");
+    for (const zol::CStr& name : names) {
+        page.markup("<li><a href=\"").plain(downloads.makeAddress(name).get()).markup("\">");
+        page.plain(name.get()).markup("</a></li>\n");
+    }
+    page.markup("</ul>\n");
+}
+
+void addDisplay(const CGarden& garden, const CWateringPlan& plan, const CPhrases& phrases,
+                CPage& page) {
+    Display display;
+    writeDisplay(garden, plan, phrases, display);
+    page.markup("<pre>").plain(display.lines[0]).markup("\n");
+    page.plain(display.lines[1]).markup("</pre>\n");
+}
+
 void addObject(const CZone& zone, CText& out) {
     const CMoistureLog& log = zone.getMoistureLog();
     out.add("{\"name\":\"").addJson(zone.getName());
@@ -154,8 +181,8 @@ void addObject(const Schedule& schedule, CText& out) {
 
 }  // namespace
 
-void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, const CPhrases& phrases,
-                     CText& out) {
+void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, const CDownloads& downloads,
+                     const CPhrases& phrases, CText& out) {
     CPage page(phrases, out);
     addHead(phrases, page);
     page.beginTable(
@@ -172,6 +199,8 @@ void writeStatusPage(const CGarden& garden, const CWateringPlan& plan, const CPh
         }
         page.markup("</table>\n");
     }
+    addLogs(downloads, page);
+    addDisplay(garden, plan, phrases, page);
     CText summary;
     addSummary(garden, plan, phrases, summary);
     page.markup("<footer>").plain(summary).markup("</footer>\n</body>\n</html>\n");
@@ -198,20 +227,30 @@ void writeStatusJson(const CGarden& garden, const CWateringPlan& plan, CText& ou
 
 void CStatusSite::answer(const HttpRequest& request, HttpAnswer& answer) {
     const bool isPage = request.path == "/";
-    if (!isPage && request.path != "/status.json") {
+    const bool isDownload = CDownloads::isAddress(request.path);
+    if (!isPage && !isDownload && request.path != "/status.json") {
         makeError(404, answer);
+        return;
+    }
+    CText challenge;
+    const int refusal = isDownload ? 0 : m_parts.login.check(request, monotonicTime(), challenge);
+    if (refusal != 0) {
+        makeError(refusal, answer);
+        answer.fields.add(challenge);
     } else if (request.method != "GET" && request.method != "HEAD") {
         makeError(405, answer);
-        answer.fields = "Allow: GET, HEAD\r\n";
+        answer.fields.add("Allow: GET, HEAD\r\n");
+    } else if (isDownload) {
+        m_parts.downloads.answer(request.path, time(nullptr), answer);
     } else if (isPage) {
         answer.contentType = "text/html; charset=utf-8";
-        answer.fields = kPageFields;
-        const CPhrases phrases = m_languages.choose(request.languages.get());
+        answer.fields.add(kPageFields);
+        const CPhrases phrases = m_parts.languages.choose(request.languages.get());
         answer.language = phrases.getLanguage();
-        writeStatusPage(m_garden, m_plan, phrases, answer.body);
+        writeStatusPage(m_parts.garden, m_parts.plan, m_parts.downloads, phrases, answer.body);
     } else {
         answer.contentType = "application/json";
-        writeStatusJson(m_garden, m_plan, answer.body);
+        writeStatusJson(m_parts.garden, m_parts.plan, answer.body);
     }
 }
 

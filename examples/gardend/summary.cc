@@ -26,7 +26,7 @@ void addNext(const CWateringPlan& plan, const CPhrases& phrases, CText& out) {
 void addSummary(const CGarden& garden, const CWateringPlan& plan, const CPhrases& phrases,
                 CText& out) {
     phrases.add(out, GARDEND_VALVES_OPEN,
-                {CShort("%d", garden.getOpenCount()), CShort("%d", CGarden::kZoneCount)});
+                {CShort("%d", garden.getOpenCount()), CShort("%d", garden.getZoneCount())});
     out.add(" · ");
     phrases.add(out, GARDEND_LITRES_DELIVERED, {phrases.decimal(garden.getMillilitres(), 3)});
     out.add(" · ");

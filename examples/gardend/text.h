@@ -54,6 +54,7 @@ class CText {
     bool isWhole() const { return m_whole; }
     bool isEmpty() const { return m_str.isEmpty(); }
     const char* get() const { return m_str.get(); }
+    const zol::CStr& getStr() const { return m_str; }
     int getLength() const { return m_str.getLength(); }
 
   private:

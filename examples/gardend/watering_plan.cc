@@ -29,6 +29,32 @@ int numberIn(void* word) {
 
 }  // namespace
 
+bool operator==(const ScheduleWish& one, const ScheduleWish& other) {
+    return one.zone == other.zone && one.days == other.days && one.hour == other.hour &&
+           one.minute == other.minute && one.runMinutes == other.runMinutes;
+}
+
+// Needs no memory: it decides what goes and what stays.
+bool isOf(const Schedule& schedule, const ScheduleWish& wish) {
+    return wish.zone == schedule.zone->getName() && schedule.days == wish.days &&
+           schedule.hour == wish.hour && schedule.minute == wish.minute &&
+           schedule.runMinutes == wish.runMinutes;
+}
+
+ScheduleWish wishOf(const Schedule& schedule) {
+    return {schedule.zone->getName(), schedule.days, schedule.hour, schedule.minute,
+            schedule.runMinutes};
+}
+
+bool contains(const zol::CTab<ScheduleWish>& wishes, const ScheduleWish& wish) {
+    for (const ScheduleWish& other : wishes) {
+        if (other == wish) {
+            return true;
+        }
+    }
+    return false;
+}
+
 CWateringPlan::~CWateringPlan() {
     (void)m_handler.stop();  // its timer would call a handler that is gone
 }
@@ -60,23 +86,32 @@ int CWateringPlan::add(Schedule schedule) {
     if (m_schedules.getCount() >= kMaxSchedules) {
         return kFull;
     }
+    schedule.isConfigured = false;
+    const int number = append(schedule);
+    if (number < 0 || !restart()) {
+        if (number > 0) {
+            removeAt(m_schedules.getCount() - 1);
+        }
+        (void)restart();
+        return kNoMemory;
+    }
+    return number;
+}
+
+// Leaves the handler stopped. @return the number; kNoMemory, with the schedules as they were
+int CWateringPlan::append(Schedule schedule) {
     schedule.number = m_lastNumber + 1;
     schedule.lastDay = 0;
     schedule.user = m_handler.createUser(this, wordOf(schedule.number));
     if (schedule.user == nullptr) {
         return kNoMemory;
     }
-    if (m_schedules.append(schedule) < 0) {
+    const sched_info_t when = {schedule.days, schedule.hour, schedule.minute, 0, {0, 0}};
+    if (m_handler.addSchedule(schedule.user, when) != 0 || m_schedules.append(schedule) < 0) {
         forget(schedule.user);
-        (void)restart();
         return kNoMemory;
     }
     m_lastNumber = schedule.number;
-    const sched_info_t when = {schedule.days, schedule.hour, schedule.minute, 0, {0, 0}};
-    if (m_handler.addSchedule(schedule.user, when) != 0 || !restart()) {
-        (void)remove(schedule.number);
-        return kNoMemory;
-    }
     return schedule.number;
 }
 
@@ -85,10 +120,86 @@ bool CWateringPlan::remove(int number) {
     if (index < 0) {
         return false;
     }
-    forget(m_schedules[index].user);
-    (void)m_schedules.remove(index);
+    const ScheduleWish wish = wishOf(m_schedules[index]);
+    if (m_schedules[index].isConfigured && (wish.zone.isEmpty() || m_withdrawn.append(wish) < 0)) {
+        syslog(LOG_ERR, "no memory: schedule %d comes back with the configuration", number);
+    }
+    removeAt(index);
     (void)restart();  // a failure has been logged; there is no more that could be done
     return true;
+}
+
+// Leaves the handler stopped.
+void CWateringPlan::removeAt(int index) {
+    forget(m_schedules[index].user);
+    (void)m_schedules.remove(index);
+}
+
+int CWateringPlan::configure(const zol::CTab<ScheduleWish>& wishes, const CGarden& garden) {
+    int others = 0;
+    for (const Schedule& schedule : m_schedules) {
+        others += schedule.isConfigured ? 0 : 1;
+    }
+    if (wishes.getCount() + others > kMaxSchedules) {
+        return kFull;
+    }
+    const int before = m_schedules.getCount();
+    for (const ScheduleWish& wish : wishes) {
+        if (isThere(wish) || contains(m_withdrawn, wish)) {
+            continue;
+        }
+        Schedule schedule = {garden.findZone(wish.zone.get()), wish.days, wish.hour, wish.minute,
+                             wish.runMinutes};
+        schedule.isConfigured = true;
+        if (append(schedule) < 0) {
+            while (m_schedules.getCount() > before) {
+                removeAt(m_schedules.getCount() - 1);
+            }
+            (void)restart();
+            return kNoMemory;
+        }
+    }
+    for (int i = m_schedules.getCount() - 1; i >= 0; --i) {
+        bool stays = !m_schedules[i].isConfigured;
+        for (const ScheduleWish& wish : wishes) {
+            stays = stays || isOf(m_schedules[i], wish);
+        }
+        if (!stays) {
+            removeAt(i);
+        }
+    }
+    for (int i = m_withdrawn.getCount() - 1; i >= 0; --i) {
+        if (!contains(wishes, m_withdrawn[i])) {
+            (void)m_withdrawn.remove(i);
+        }
+    }
+    (void)restart();
+    return 0;
+}
+
+void CWateringPlan::keepZones(const zol::CTab<ZoneWish>& wishes) {
+    for (int i = m_schedules.getCount() - 1; i >= 0; --i) {
+        const Schedule& schedule = m_schedules[i];
+        bool stays = false;
+        for (const ZoneWish& wish : wishes) {
+            stays = stays || wish.name == schedule.zone->getName();
+        }
+        if (!stays) {
+            syslog(LOG_NOTICE, "schedule %d goes with its zone, %s", schedule.number,
+                   schedule.zone->getName());
+            removeAt(i);
+        }
+    }
+    (void)restart();
+}
+
+bool CWateringPlan::isThere(const ScheduleWish& wish) const {
+    for (const Schedule& schedule : m_schedules) {
+        if (schedule.isConfigured && isOf(schedule, wish)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void CWateringPlan::forget(sched_user_s* user) {
@@ -116,6 +227,12 @@ void CWateringPlan::onScheduledEvent(tm now, void* context) {
         return;  // the plan was changed in this very second, or clocks have been put back
     }
     schedule.lastDay = day;
+    if (m_gate != nullptr && !m_gate->mayWater(*schedule.zone, now)) {
+        syslog(LOG_NOTICE, "schedule %d: %s is skipped, as its rule says", schedule.number,
+               schedule.zone->getName());
+        m_skipped = {schedule.zone->getName(), now.tm_wday, schedule.hour, schedule.minute};
+        return;
+    }
     syslog(LOG_NOTICE, "schedule %d: %s for %d minutes", schedule.number, schedule.zone->getName(),
            schedule.runMinutes);
     (void)schedule.zone->openAtLeast(minutesOf(schedule.runMinutes));

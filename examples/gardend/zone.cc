@@ -32,19 +32,49 @@ CZone::~CZone() {
     zol::CTimerHandler::remove(m_sampling);
 }
 
+bool CZone::prepare(evlp_thread_str* thread) {
+    m_hasTimer = m_hasTimer || m_runTime.open(thread) != 0;
+    return m_hasTimer;
+}
+
 // All zones sample with one period, so one timer of the loop serves them all.
 bool CZone::start(evlp_thread_str* thread, const zol::CTime& samplePeriod) {
-    m_isStuck = !m_wiring.valves.setValve(m_line, false);
-    m_open = m_isStuck;
-    if (m_isStuck) {
-        syslog(LOG_ERR, "the valve of %s does not close", m_name);
+    if (!prepare(thread)) {
+        return false;
     }
+    closeAtFirst();
     m_lastLook = monotonicTime();
     readSensor();
     addSample();
     m_sampling = zol::CTimer(samplePeriod, &m_whenToSample);
     zol::CTimerHandler::add(thread, m_sampling);
-    return m_runTime.open(thread) != 0;
+    return true;
+}
+
+void CZone::closeAtFirst() {
+    m_isStuck = !m_wiring.valves.setValve(m_line, false);
+    m_open = m_isStuck;
+    if (m_isStuck) {
+        syslog(LOG_ERR, "the valve of %s does not close", getName());
+    }
+}
+
+void CZone::change(int line, int flow) {
+    catchUp();  // with the flow as it was
+    m_flow = flow;
+    if (line != m_line) {
+        if (!close()) {
+            syslog(LOG_ERR, "the valve of %s is left open", getName());
+        }
+        m_line = line;
+        closeAtFirst();
+        readSensor();
+    }
+}
+
+void CZone::restore(int64_t nanolitres, const CMoistureLog& log) {
+    m_nanolitres = nanolitres;
+    m_log = log;
 }
 
 bool CZone::open() {
@@ -57,7 +87,7 @@ bool CZone::open() {
 bool CZone::openFor(const zol::CTime& runTime) {
     catchUp();
     if (m_runTime.add(runTime) != 0) {
-        syslog(LOG_ERR, "no timer for the valve of %s", m_name);
+        syslog(LOG_ERR, "no timer for the valve of %s", getName());
         (void)close();
         return false;
     }
@@ -91,7 +121,7 @@ void CZone::retryClosing() {
 bool CZone::setValve(bool open) {
     const bool moved = moveValve(open);
     if (!moved) {
-        syslog(LOG_ERR, "the valve of %s does not %s", m_name, open ? "open" : "close");
+        syslog(LOG_ERR, "the valve of %s does not %s", getName(), open ? "open" : "close");
     }
     return moved;
 }
@@ -105,9 +135,9 @@ bool CZone::moveValve(bool open) {
     m_isStuck = false;
     if (open != m_open) {
         m_open = open;
-        syslog(LOG_NOTICE, "valve of %s %s", m_name, open ? "opened" : "closed");
+        syslog(LOG_NOTICE, "valve of %s %s", getName(), open ? "opened" : "closed");
         if (m_wiring.watcher != nullptr) {
-            m_wiring.watcher->onValve(m_name, open);
+            m_wiring.watcher->onValve(getName(), open);
         }
     }
     return true;
@@ -121,7 +151,7 @@ void CZone::readSensor() {
     }
     if (answers != m_sensorAnswers) {
         m_sensorAnswers = answers;
-        syslog(answers ? LOG_NOTICE : LOG_ERR, "the sensor of %s %s", m_name,
+        syslog(answers ? LOG_NOTICE : LOG_ERR, "the sensor of %s %s", getName(),
                answers ? "answers again" : "does not answer");
     }
 }
@@ -129,6 +159,9 @@ void CZone::readSensor() {
 void CZone::addSample() {
     if (m_sensorAnswers) {
         m_log.add(m_moisture, today());
+        if (m_wiring.sampleWatcher != nullptr) {
+            m_wiring.sampleWatcher->onSample(getName(), m_moisture);
+        }
     }
 }
 

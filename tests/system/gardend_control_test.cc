@@ -40,6 +40,7 @@ TEST(ControlRequest, IsOneWordWhereThereIsNothingMoreToSay) {
     EXPECT_EQ(ControlRequest::kZones, read("zones").kind);
     EXPECT_EQ(ControlRequest::kMoisture, read("moisture").kind);
     EXPECT_EQ(ControlRequest::kSummary, read("summary").kind);
+    EXPECT_EQ(ControlRequest::kDisplay, read("display").kind);
     EXPECT_EQ(ControlRequest::kPlugIns, read("plugins").kind);
     EXPECT_EQ(ControlRequest::kJobs, read("jobs").kind);
     EXPECT_EQ(ControlRequest::kQuit, read("quit").kind);
@@ -129,6 +130,7 @@ TEST(ControlRequest, IsUnknownInOtherWords) {
                              "language",
                              "language de fr",
                              "summary now",
+                             "display now",
                              "plugins all",
                              "jobs now",
                              "run",

@@ -3,6 +3,8 @@
 #ifndef SYSTEM_GARDEND_DRIVERS_H
 #define SYSTEM_GARDEND_DRIVERS_H
 
+#include <gtest/gtest.h>
+
 #include "driver.h"
 #include "garden.h"
 
@@ -27,6 +29,21 @@ class FakeDrivers : public IValveDriver, public ISensorDriver {
     int calls = 0;  // that move a valve
     bool isOpen[kLineCount] = {};
     int moisture[kLineCount] = {420, 310, 550, 280};
+};
+
+inline zol::CTab<ZoneWish> fourZones() {
+    zol::CTab<ZoneWish> wishes;
+    wishes.append({"lawn", 0, 200});
+    wishes.append({"roses", 1, 60});
+    wishes.append({"vegetables", 2, 80});
+    wishes.append({"hedge", 3, 120});
+    return wishes;
+}
+
+/** The garden of most tests. */
+class FourZones : public CGarden {
+  public:
+    explicit FourZones(const Wiring& wiring) : CGarden(wiring) { EXPECT_TRUE(add(fourZones())); }
 };
 
 /** Lets a garden without a clock read its sensors. */

@@ -45,7 +45,7 @@ void advance(CGarden& garden, const zol::CTime& passed) {
 class Garden : public ::testing::Test {
   protected:
     FakeDrivers drivers;
-    CGarden garden{drivers.wiring()};
+    FourZones garden{drivers.wiring()};
 };
 
 TEST_F(Garden, StartsWithAllValvesClosed) {
@@ -183,7 +183,7 @@ TEST(GardenWatcher, IsToldOfValvesThatMove) {
     FakeDrivers drivers;
     Watcher watcher;
     {
-        CGarden garden(drivers.wiring(&watcher));
+        FourZones garden(drivers.wiring(&watcher));
         roses(garden).open();
         roses(garden).open();
         roses(garden).close();
@@ -261,7 +261,7 @@ class StatusPage : public ::testing::Test {
   protected:
     std::string page() {
         CText text;
-        writeStatusPage(m_garden, m_plan, CPhrases("en", nullptr), text);
+        writeStatusPage(m_garden, m_plan, CDownloads(), CPhrases("en", nullptr), text);
         EXPECT_TRUE(text.isWhole());
         return text.get();
     }
@@ -278,7 +278,7 @@ class StatusPage : public ::testing::Test {
     }
 
     FakeDrivers m_drivers;
-    CGarden m_garden{m_drivers.wiring()};
+    FourZones m_garden{m_drivers.wiring()};
     CWateringPlan m_plan{nullptr};  // is not asked to follow the clock
 };
 

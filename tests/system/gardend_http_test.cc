@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // What gardend makes of HTTP requests, and how its answers look on the line.
 
+#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -15,6 +16,7 @@
 #include "http_server.h"
 #include "languages.h"
 #include "status_page.h"
+#include "support/temp_dir.h"
 #include "watering_plan.h"
 #include "words.h"
 
@@ -177,6 +179,26 @@ TEST(HttpAcceptLanguage, IsOneListHoweverManyFieldsThereAre) {
     EXPECT_STREQ(",de-AT, en;q=0.5,,fr", parser.getRequest().languages.get());
     parser.restart();
     EXPECT_STREQ("", parser.getRequest().languages.get());
+}
+
+TEST(HttpAuthorization, IsTheFieldAndTheTarget) {
+    CHttpParser parser;
+    const std::string text =
+        "GET http://garden/a?b=c HTTP/1.0\r\nAUTHORIZATION: \tDigest a=\"b\" \r\n\r\n";
+
+    parser.feed(text.data(), static_cast<int>(text.size()));
+
+    EXPECT_EQ(CHttpParser::kComplete, parser.getState());
+    EXPECT_STREQ("Digest a=\"b\"", parser.getRequest().authorization.get());
+    EXPECT_STREQ("http://garden/a?b=c", parser.getRequest().target.get());
+    parser.restart();
+    EXPECT_STREQ("", parser.getRequest().authorization.get());
+}
+
+TEST(HttpAuthorization, MustNotComeTwice) {
+    EXPECT_EQ(found({"GET / keep-alive"}), parseWithField("Authorization: Basic eA=="));
+    EXPECT_EQ(found({"error 400"}), parseWithField("Authorization: a\r\nauthorization: a"));
+    EXPECT_EQ(found({"error 400"}), parseWithField("Authorization:\r\nAuthorization: a"));
 }
 
 TEST(HttpHost, IsNeededOnceByHttp11) {
@@ -428,8 +450,8 @@ TEST(HttpAnswer, CarriesADateOnlyWhenTheClockIsSet) {
     zol::CTime::synchronized = 0;
 }
 
-TEST(HttpAnswer, NamesEveryErrorOfTheParser) {
-    for (const int status : {400, 404, 405, 413, 417, 431, 501, 503, 505}) {
+TEST(HttpAnswer, NamesEveryError) {
+    for (const int status : {400, 401, 403, 404, 405, 410, 413, 417, 431, 501, 503, 505}) {
         HttpAnswer answer;
         makeError(status, answer);
         EXPECT_THAT(writtenAnswer(answer, "GET", false), Not(HasSubstr("Unknown"))) << status;
@@ -446,14 +468,22 @@ class GardenSite : public ::testing::Test {
         request.path = path;
         HttpAnswer answer;
         request.languages = languages;
-        CStatusSite(m_garden, m_plan, m_languages).answer(request, answer);
+        CStatusSite({m_garden, m_plan, m_downloads, m_languages, m_login}).answer(request, answer);
         return answer;
     }
 
+    void askForLogins() {
+        zol::CTab<User> users;
+        users.append({"Mufasa", "939e7578ed9e3c518a452acee763bce9"});
+        m_login.setUsers(users);
+    }
+
     FakeDrivers m_drivers;
-    CGarden m_garden{m_drivers.wiring()};
+    FourZones m_garden{m_drivers.wiring()};
     CWateringPlan m_plan{nullptr};  // is not asked to follow the clock
+    CDownloads m_downloads;
     CLanguages m_languages{GARDEND_CATALOGS};
+    CDigestLogin m_login{"00112233445566778899aabbccddeeff"};
 };
 
 TEST_F(GardenSite, ShowsThePageAtItsRoot) {
@@ -517,11 +547,53 @@ TEST_F(GardenSite, KnowsNothingElse) {
     EXPECT_EQ(404, ask("OPTIONS", "*").status);
 }
 
+TEST_F(GardenSite, IsOnlyForWhoMayLogIn) {
+    askForLogins();
+
+    for (const char* path : {"/", "/status.json"}) {
+        for (const char* method : {"GET", "HEAD", "POST", "BREW"}) {
+            const HttpAnswer answer = ask(method, path);
+            EXPECT_EQ(401, answer.status) << method << path;
+            EXPECT_THAT(answer.fields.get(), StartsWith("WWW-Authenticate: Digest ")) << method;
+            EXPECT_STREQ("401 Unauthorized\n", answer.body.get());
+        }
+    }
+}
+
+TEST_F(GardenSite, AsksForNoLoginWhereThereIsNothing) {
+    askForLogins();
+
+    EXPECT_EQ(404, ask("GET", "/favicon.ico").status);
+    EXPECT_EQ(404, ask("GET", "/log/").status);
+}
+
+TEST_F(GardenSite, LinksToTheLogsWithFreshAddresses) {
+    const TempDir folder;
+    std::ofstream(folder.file("moisture.log")) << "roses 31.0\n";
+    EXPECT_THAT(ask("GET", "/").body.get(), Not(HasSubstr("<h2>Logs</h2>")));
+
+    m_downloads.configure("key", 10, folder.path().c_str());
+    const std::string page = ask("GET", "/").body.get();
+
+    EXPECT_THAT(page, HasSubstr("<h2>Logs</h2>\n<ul>\n<li><a href=\"/log/"));
+    EXPECT_THAT(page, HasSubstr("/moisture.log\">moisture.log</a></li>\n</ul>"));
+    const size_t begin = page.find("/log/");
+    const std::string address = page.substr(begin, page.find('"', begin) - begin);
+    askForLogins();
+    EXPECT_STREQ("roses 31.0\n", ask("GET", address.c_str()).body.get());
+    EXPECT_EQ(405, ask("POST", address.c_str()).status);
+}
+
+TEST_F(GardenSite, ShowsTheDisplay) {
+    EXPECT_THAT(ask("GET", "/", "fr").body.get(),
+                HasSubstr("<pre>vannes fermees\nheure non reglee</pre>"));
+}
+
 TEST_F(GardenSite, CannotBeChanged) {
     const HttpAnswer answer = ask("POST", "/");
 
     EXPECT_EQ(405, answer.status);
-    EXPECT_STREQ("Allow: GET, HEAD\r\n", answer.fields);
+    EXPECT_STREQ("Allow: GET, HEAD\r\n", answer.fields.get());
 }
 
 }  // namespace

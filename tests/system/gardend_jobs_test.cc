@@ -82,7 +82,6 @@ namespace gardend {
 
 namespace {
 
-constexpr zol::CTime kSecond(1000000);
 constexpr int kFailed = 1 << 8;  // the wait status of a child that has answered 1
 
 class Children : public ::testing::Test {

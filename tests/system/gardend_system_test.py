@@ -8,24 +8,16 @@
 
 FOLDER holds gardend and gardenctl. COMMAND, "valgrind -q" for instance, runs the daemon. EVLP_SIM
 is the command evlp-sim, for the tests in virtual time; without it they are skipped.
-
-Every test has a daemon of its own, on a port and in a folder that nobody else uses; at its end
-the daemon must have closed the descriptors of all its clients, and end with 0 on SIGTERM. Nothing
-sleeps to wait for something: it waits for the thing, until a deadline.
 """
 
-import argparse
-import json
 import os
 import re
 import resource
 import select
-import shlex
 import shutil
 import signal
 import socket
 import stat
-import struct
 import subprocess
 import sys
 import tempfile
@@ -33,195 +25,10 @@ import threading
 import time
 import unittest
 
-DEADLINE = 60  # seconds for what ought to take milliseconds; a machine may be busy
-
-PROGRAMS = "."
-WRAPPER = []
-SIMULATOR = ""
-
-REQUEST = b"GET / HTTP/1.1\r\nHost: garden\r\n\r\n"
-JSON_REQUEST = b"GET /status.json HTTP/1.1\r\nHost: garden\r\n\r\n"
-
-
-def until(condition, what):
-    """Asks again and again until the condition holds."""
-    end = time.monotonic() + DEADLINE
-    while not condition():
-        if time.monotonic() > end:
-            raise AssertionError("in vain: " + what)
-        select.select([], [], [], 0.005)
-
-
-def is_running(pid):
-    """Whether there is such a process, and it has not ended: who waits for it may be slow."""
-    try:
-        with open("/proc/%d/stat" % pid) as file:
-            return file.read().rsplit(")", 1)[1].split()[0] != "Z"
-    except FileNotFoundError:
-        return False
-
-
-def is_child(descriptor):
-    try:
-        return os.readlink(descriptor) == "anon_inode:[pidfd]"
-    except FileNotFoundError:
-        return False
-
-
-class Daemon:
-    """A gardend that has said that it is ready."""
-
-    def __init__(self, folder, *options, wrapper=None, environment=None, prepare=None):
-        self.control = os.path.join(folder, "control")
-        self.log = open(os.path.join(folder, "log"), "w")
-        self.process = subprocess.Popen(
-            [*(wrapper or WRAPPER), os.path.join(PROGRAMS, "gardend"), "--listen", "127.0.0.1:0",
-             "--socket", self.control, "--tick", "10", "--log-stderr", *options],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log,
-            env={**os.environ, **(environment or {})}, preexec_fn=prepare)
-        ready, _, _ = select.select([self.process.stdout], [], [], DEADLINE)
-        self.line = self.process.stdout.readline().decode() if ready else ""
-        match = re.fullmatch(r"gardend ready: http://127\.0\.0\.1:(\d+)/ (.*)\n", self.line)
-        if not match:
-            self.process.kill()
-            self.process.wait()
-            raise AssertionError("not ready: " + self.line + self.read_log())
-        self.port = int(match.group(1))
-        self.initial_descriptors = self.descriptors()
-
-    def descriptors(self):
-        """How many there are, but for those that stand for children."""
-        folder = "/proc/%d/fd" % self.process.pid
-        return sum(not is_child(os.path.join(folder, name)) for name in os.listdir(folder))
-
-    def wait(self):
-        try:
-            return self.process.wait(DEADLINE)
-        finally:
-            self.process.kill()
-
-    def read_log(self):
-        with open(self.log.name) as log:
-            return log.read()
-
-    def close(self):
-        self.process.kill()
-        self.process.wait()
-        self.process.stdout.close()
-        self.log.close()
-
-
-class Client:
-    """A connection to the daemon."""
-
-    def __init__(self, address):
-        family = socket.AF_UNIX if isinstance(address, str) else socket.AF_INET
-        self.socket = socket.socket(family, socket.SOCK_STREAM)
-        self.socket.settimeout(DEADLINE)
-        self.socket.connect(address)
-        self.pending = b""
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.socket.close()
-
-    def send(self, data):
-        self.socket.sendall(data)
-        return self
-
-    def receive(self):
-        """Takes more bytes. Returns false at the end of the stream; a reset raises."""
-        data = self.socket.recv(65536)
-        self.pending += data
-        return bool(data)
-
-    def take_until(self, end):
-        while end not in self.pending:
-            if not self.receive():
-                raise AssertionError("the stream ended in: %r" % self.pending)
-        taken, self.pending = self.pending.split(end, 1)
-        return taken
-
-    def answer(self, has_body=True):
-        """Takes one HTTP answer: its status, its fields, its body."""
-        lines = self.take_until(b"\r\n\r\n").decode().split("\r\n")
-        version, status, _ = lines[0].split(" ", 2)
-        assert version == "HTTP/1.1", lines[0]
-        fields = dict(line.lower().split(": ", 1) for line in lines[1:])
-        length = int(fields["content-length"]) if has_body else 0
-        while len(self.pending) < length:
-            if not self.receive():
-                raise AssertionError("the stream ended in a body")
-        body, self.pending = self.pending[:length], self.pending[length:]
-        return int(status), fields, body
-
-    def status(self, request):
-        """Asks, and takes the answer: its status."""
-        return self.send(request).answer()[0]
-
-    def at_end(self):
-        """Waits: is there nothing more before the end of the stream?"""
-        while self.receive():
-            pass
-        return self.pending == b""
-
-    def reset(self):
-        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-        self.socket.close()
-
-
-class GardendTest(unittest.TestCase):
-    options = ()
-
-    def setUp(self):
-        self.folder = tempfile.TemporaryDirectory(prefix="gardend-")
-        self.addCleanup(self.folder.cleanup)
-        self.daemon = self.start_daemon()
-        self.addCleanup(self.daemon.close)
-
-    def start_daemon(self):
-        return Daemon(self.folder.name, *self.options)
-
-    def tearDown(self):
-        if self.daemon.process.returncode is None:
-            initial = self.daemon.initial_descriptors
-            until(lambda: self.daemon.descriptors() == initial, "descriptors of past clients")
-            self.daemon.process.send_signal(signal.SIGTERM)
-        self.assertEqual(0, self.daemon.wait(), self.daemon.read_log())
-        self.assertFalse(os.path.exists(self.daemon.control), "the socket is still there")
-
-    def http(self):
-        return Client(("127.0.0.1", self.daemon.port))
-
-    def ctl(self):
-        return Client(self.daemon.control)
-
-    def gardenctl(self, *arguments, control=None, environment=None, programs=None):
-        """Runs gardenctl: its exit status, its output, its complaint."""
-        done = subprocess.run(
-            [os.path.join(programs or PROGRAMS, "gardenctl"), "--socket",
-             control or self.daemon.control, *arguments], capture_output=True, encoding="utf-8",
-            timeout=DEADLINE, check=False,
-            env={**os.environ, **(environment or {"LC_ALL": "C"})})
-        return done.returncode, done.stdout, done.stderr
-
-    def json(self):
-        with self.http() as client:
-            _, _, body = client.send(JSON_REQUEST).answer()
-        return json.loads(body)
-
-    def zone(self, name):
-        return next(zone for zone in self.json()["zones"] if zone["name"] == name)
-
-    def ask(self, request):
-        """Sends request lines, and takes everything that comes back until the daemon ends it."""
-        with self.ctl() as client:
-            client.send(request)
-            client.socket.shutdown(socket.SHUT_WR)
-            client.at_end()
-            return client.pending.decode()
+sys.dont_write_bytecode = True  # the sources stay as they are
+import gardend_visit as visit
+from gardend_visit import (DEADLINE, JSON_REQUEST, REQUEST, Client, Daemon, GardendTest,
+                           VirtualTime, is_running, until)
 
 
 class Page(GardendTest):
@@ -460,7 +267,7 @@ class ControlProtocol(GardendTest):
     def test_takes_many_requests(self):
         self.assertRegex(self.ask(b"open lawn\nopen lawn\nclose ivy\nstatus\n"),
                          r"\AOK\nOK\nERROR no such zone\nzones 4\nopen 1\nlitres 0\.\d+\n"
-                         r"clock synchronized\nschedules 0\nnext none\nOK\n\Z")
+                         r"clock synchronized\nschedules 0\nnext none\nskipped none\nOK\n\Z")
 
     def test_takes_requests_byte_by_byte(self):
         with self.ctl() as client:
@@ -497,7 +304,8 @@ class Gardenctl(GardendTest):
 
     def test_prints_the_status(self):
         self.assertEqual(
-            (0, "zones 4\nopen 0\nlitres 0.000\nclock synchronized\nschedules 0\nnext none\n", ""),
+            (0, "zones 4\nopen 0\nlitres 0.000\nclock synchronized\nschedules 0\nnext none\n"
+                "skipped none\n", ""),
             self.gardenctl("status"))
 
     def test_prints_the_zones(self):
@@ -681,9 +489,9 @@ class Drivers(GardendTest):
     def start_daemon(self):
         self.drivers = os.path.join(self.folder.name, "drivers")
         os.mkdir(self.drivers)
-        for file in os.listdir(os.path.join(PROGRAMS, "drivers")):
+        for file in os.listdir(os.path.join(visit.PROGRAMS, "drivers")):
             if file.startswith("sim_"):
-                shutil.copy(os.path.join(PROGRAMS, "drivers", file), self.drivers)
+                shutil.copy(os.path.join(visit.PROGRAMS, "drivers", file), self.drivers)
         self.prepare()
         return Daemon(self.folder.name, "--drivers", os.path.join(self.drivers, "*.so"))
 
@@ -842,43 +650,6 @@ class HookThatIsNotThere(GardendTest):
     def test_is_logged(self):
         self.assertEqual("OK\n", self.ask(b"open roses\n"))
         self.assertIn("the hook cannot be started: No such file", self.daemon.read_log())
-
-
-class VirtualTime(GardendTest):
-    """The daemon under a clock that moves only when it is told to, from a Monday on."""
-
-    def setUp(self):
-        if not SIMULATOR:
-            self.skipTest("needs evlp-sim (--simulator), which does not go with sanitizers and "
-                          "valgrind")
-        super().setUp()
-
-    def start_daemon(self):
-        self.clock = os.path.join(self.folder.name, "clock")
-        return Daemon(self.folder.name, "--tick", "1000", *self.options,
-                      wrapper=[SIMULATOR, "run", "--control", self.clock, "--date",
-                               "2026-11-16 00:00:00", "--"],
-                      environment={"TZ": "UTC0"})
-
-    def evlp_sim(self, *arguments):
-        subprocess.run([SIMULATOR, "--control", self.clock, *arguments], check=True,
-                       stdout=subprocess.DEVNULL, timeout=DEADLINE)
-
-    def advance(self, seconds):
-        self.evlp_sim("advance", str(seconds))
-
-    def to(self, date):
-        self.evlp_sim("to", date)
-
-    def line(self, request, start):
-        """The rest of the line of an answer that has this start."""
-        return re.search("(?m)^%s (.*)$" % start, self.ask(request)).group(1)
-
-    def roses(self):
-        return self.line(b"zones\n", "roses")
-
-    def litres(self):
-        return self.line(b"status\n", "litres")
 
 
 class Week(VirtualTime):
@@ -1100,7 +871,7 @@ class Catalogs(LanguageTest):
         return os.path.join(self.texts, language, "gardend.cat")
 
     def original(self, language):
-        return os.path.join(PROGRAMS, "texts", language, "gardend.cat")
+        return os.path.join(visit.PROGRAMS, "texts", language, "gardend.cat")
 
     def check_page(self, language):
         """Whatever has happened to its language, the page is whole."""
@@ -1120,7 +891,7 @@ class CatalogsElsewhere(Catalogs):
     def test_are_found_by_gardenctl_where_the_option_says(self):
         programs = os.path.join(self.folder.name, "programs")
         os.mkdir(programs)
-        shutil.copy(os.path.join(PROGRAMS, "gardenctl"), programs)
+        shutil.copy(os.path.join(visit.PROGRAMS, "gardenctl"), programs)
         pattern = os.path.join(self.folder.name, "texts ?1? 100%%/%s/gardend.cat")
         self.assertEqual((2, "", "gardenctl: unbekannte Anfrage\nSiehe gardenctl --help.\n"),
                          self.gardenctl("--lang", "de", "--texts", pattern, "water",
@@ -1150,8 +921,8 @@ class CatalogsOfAProgram(GardendTest):
         program, texts = os.path.join(folder, program), os.path.join(folder, texts)
         os.makedirs(program)
         os.makedirs(texts)
-        shutil.copy(os.path.join(PROGRAMS, "gardenctl"), program)
-        shutil.copy(os.path.join(PROGRAMS, "texts", "de", "gardend.cat"), texts)
+        shutil.copy(os.path.join(visit.PROGRAMS, "gardenctl"), program)
+        shutil.copy(os.path.join(visit.PROGRAMS, "texts", "de", "gardend.cat"), texts)
         self.assertEqual((1, "", "gardenctl: diese Zone gibt es nicht\n"),
                          self.gardenctl("--lang", "de", "open", "ivy", programs=program))
         self.assertEqual((2, "", "gardenctl: unbekannte Anfrage\nSiehe gardenctl --help.\n"),
@@ -1178,7 +949,7 @@ class CatalogsThatAreMissing(Catalogs):
     def test_are_missed_by_gardenctl_no_less(self):
         programs = os.path.join(self.folder.name, "programs")
         os.mkdir(programs)
-        shutil.copy(os.path.join(PROGRAMS, "gardenctl"), programs)
+        shutil.copy(os.path.join(visit.PROGRAMS, "gardenctl"), programs)
         self.assertEqual((1, "", "gardenctl: no such zone\n"),
                          self.gardenctl("--lang", "de", "open", "ivy", programs=programs))
         self.assertEqual((2, "", "gardenctl: unknown request\nTry gardenctl --help.\n"),
@@ -1210,7 +981,7 @@ class CatalogsThatAreChanged(Catalogs):
     def test_while_they_are_open_harm_nobody(self):
         self.assertEqual("de", self.page(b"de")[0])
         size = os.path.getsize(self.catalog("de"))
-        for filling in (b"<script>", b"%n%1$s%s%9$s", b"\n", b"\xff\x00"):
+        for filling in (b"<script>", b"%n%1$s%s%9$s", b"\n", b"\0", b"\xff\0", b"\0\xff"):
             with open(self.catalog("de"), "r+b") as file:
                 file.write((filling * size)[:size])
             _, page = self.check_page(b"de")
@@ -1252,8 +1023,8 @@ class Start(unittest.TestCase):
     def gardend(self, *arguments):
         """Runs gardend, which must end by itself: its exit status, its output, its complaint."""
         done = subprocess.run(
-            [*WRAPPER, os.path.join(PROGRAMS, "gardend"), *arguments], capture_output=True,
-            text=True, timeout=DEADLINE, check=False)
+            [*visit.WRAPPER, os.path.join(visit.PROGRAMS, "gardend"), *arguments],
+            capture_output=True, text=True, timeout=DEADLINE, check=False)
         return done.returncode, done.stdout, done.stderr
 
     def test_is_refused_with_wrong_options(self):
@@ -1281,7 +1052,7 @@ class Start(unittest.TestCase):
     def test_is_refused_without_drivers(self):
         for file, missing in (("sim_sensor.so", "valves"), ("sim_valve.so", "sensors")):
             status, output, complaint = self.gardend(
-                "--drivers", os.path.join(PROGRAMS, "drivers", file), "--socket", self.path)
+                "--drivers", os.path.join(visit.PROGRAMS, "drivers", file), "--socket", self.path)
             self.assertEqual((1, ""), (status, output))
             self.assertIn("no driver for the %s: see --drivers" % missing, complaint)
         status, output, complaint = self.gardend("--drivers", os.path.join(self.folder, "*.so"))
@@ -1299,8 +1070,9 @@ class Start(unittest.TestCase):
     def test_is_refused_for_jobs_of_somebody_else_without_privilege(self):
         user = {"user": "nobody"} if os.geteuid() == 0 else {}
         try:
-            done = subprocess.run([os.path.join(PROGRAMS, "gardend"), "--job-user", "root"], **user,
-                                  capture_output=True, text=True, timeout=DEADLINE, check=False)
+            done = subprocess.run([os.path.join(visit.PROGRAMS, "gardend"), "--job-user", "root"],
+                                  **user, capture_output=True, text=True, timeout=DEADLINE,
+                                  check=False)
         except PermissionError:
             self.skipTest("nobody may run the programs")
         self.assertEqual((2, "", "gardend: --job-user: only root runs jobs as somebody else: root\n"),
@@ -1309,8 +1081,8 @@ class Start(unittest.TestCase):
     def test_finds_no_drivers_in_a_folder_with_a_colon(self):
         """It separates patterns: drivers of another folder could be found."""
         folder = os.path.join(self.folder, "a:b")
-        shutil.copytree(os.path.join(PROGRAMS, "drivers"), os.path.join(folder, "drivers"))
-        shutil.copy(os.path.join(PROGRAMS, "gardend"), folder)
+        shutil.copytree(os.path.join(visit.PROGRAMS, "drivers"), os.path.join(folder, "drivers"))
+        shutil.copy(os.path.join(visit.PROGRAMS, "gardend"), folder)
 
         done = subprocess.run([os.path.join(folder, "gardend"), "--socket", self.path],
                               capture_output=True, text=True, timeout=DEADLINE, check=False)
@@ -1369,18 +1141,5 @@ class Start(unittest.TestCase):
             self.assertEqual(b"OK", client.send(b"open lawn\n").take_until(b"\n"))
 
 
-def main():
-    global PROGRAMS, WRAPPER, SIMULATOR
-    parser = argparse.ArgumentParser(add_help=False)
-    parser.add_argument("--programs", required=True)
-    parser.add_argument("--wrapper", default="")
-    parser.add_argument("--simulator", default="")
-    arguments, rest = parser.parse_known_args()
-    PROGRAMS = os.path.abspath(arguments.programs)
-    WRAPPER = shlex.split(arguments.wrapper)
-    SIMULATOR = arguments.simulator and os.path.abspath(arguments.simulator)
-    unittest.main(argv=[sys.argv[0], *rest])
-
-
 if __name__ == "__main__":
-    main()
+    visit.main()

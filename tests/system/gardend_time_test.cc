@@ -68,7 +68,7 @@ class GardenInTime : public ::testing::Test {
     ZoneGuard m_utc{"UTC0"};
     VirtualLoop m_loop;
     SoilDrivers m_drivers;
-    CGarden m_garden{m_drivers.wiring()};
+    FourZones m_garden{m_drivers.wiring()};
 };
 
 using RunTime = GardenInTime;
@@ -215,7 +215,7 @@ TEST_F(GardenInTime, SamplesAllZonesWithOneTimerAndTicksWithAnother) {
 
 TEST_F(GardenInTime, LeavesNoTimerBehind) {
     {
-        CGarden garden(m_drivers.wiring());
+        FourZones garden(m_drivers.wiring());
         ASSERT_TRUE(garden.start(m_loop.get(), kSecond, kMinute));
         garden.findZone("roses")->openFor(kMinute);
     }
@@ -336,7 +336,7 @@ TEST_F(GardenInTime, LogsEveryRefusalOfWhatIsAskedForAndNoneOfItsOwnTries) {
 TEST_F(GardenInTime, LogsAtItsEndWhatItLeavesOpen) {
     SyslogCapture log;
     {
-        CGarden garden(m_drivers.wiring());
+        FourZones garden(m_drivers.wiring());
         ASSERT_TRUE(garden.start(m_loop.get(), kSecond, kMinute));
         garden.findZone("roses")->open();
         m_drivers.obeys = false;
@@ -719,6 +719,57 @@ TEST_F(WateringPlan, LeavesNoTimerBehind) {
     }
 
     EXPECT_THAT(VirtualLoop::armedTimersMs(), ElementsAre());
+}
+
+class Gate : public IWateringGate {
+  public:
+    bool mayWater(const CZone& zone, const tm& now) override {
+        asked += std::string(zone.getName()) + " " + std::to_string(now.tm_hour) + ";";
+        return isOpen;
+    }
+
+    bool isOpen = false;
+    std::string asked;
+};
+
+TEST_F(GardenInTime, IsWateredOnlyWhenTheGateLetsIt) {
+    Gate gate;
+    CWateringPlan plan(m_loop.get(), &gate);
+    start();
+    ASSERT_TRUE(plan.start());
+    ASSERT_EQ(1, plan.add({&zone("roses"), ZOL_MONDAY | ZOL_TUESDAY, 6, 30, 20}));
+
+    passUntil("2026-11-16 06:30:00");
+    EXPECT_FALSE(zone("roses").isOpen());
+    EXPECT_STREQ("roses", plan.getSkipped().zone.get());
+    EXPECT_EQ(1, plan.getSkipped().day);
+    EXPECT_EQ(6, plan.getSkipped().hour);
+    EXPECT_EQ(30, plan.getSkipped().minute);
+
+    gate.isOpen = true;
+    passUntil("2026-11-17 06:30:00");
+    EXPECT_TRUE(zone("roses").isOpen());
+    EXPECT_EQ(1, plan.getSkipped().day);
+    EXPECT_EQ("roses 6;roses 6;", gate.asked);
+}
+
+TEST_F(GardenInTime, TellsOfItsSamples) {
+    class Watcher : public ISampleWatcher {
+      public:
+        void onSample(const char* name, int permille) override {
+            told += std::string(name) + " " + std::to_string(permille) + ";";
+        }
+        std::string told;
+    };
+    Watcher watcher;
+    FourZones garden({m_drivers, m_drivers, nullptr, &watcher});
+
+    ASSERT_TRUE(garden.start(m_loop.get(), kSecond, kMinute));
+    EXPECT_EQ("lawn 420;roses 310;vegetables 550;hedge 280;", watcher.told);
+    watcher.told.clear();
+    pass(kMinute);
+
+    EXPECT_EQ("lawn 414;roses 304;vegetables 544;hedge 274;", watcher.told);
 }
 
 }  // namespace

@@ -24,8 +24,15 @@ repeat_until() {  # PATTERN COMMAND
 
 printf '#!/bin/sh\necho "$*" >>told\n' >hook
 chmod +x hook
-start_daemon "gardend --listen 127.0.0.1:0 --socket control --tick 20 --hook ./hook \
---job self-test=true --job 'helper=sleep 1000'"
+cat >garden.conf <<'END'
+zone lawn  on line 0, 200 ml/s;
+zone roses on line 1,  60 ml/s;
+zone ivy-wall on line 2, 80 ml/s;
+zone hedge on line 3, 120 ml/s;
+log folder ".";
+END
+start_daemon "gardend --config garden.conf --listen 127.0.0.1:0 --socket control --tick 20 \
+--hook ./hook --job self-test=true --job 'helper=sleep 1000'"
 
 echo
 echo "--- The status page, for people and for programs ---"
@@ -83,6 +90,32 @@ expect 0 ' sur 4 · eau distribuée' "LANG=fr_FR.UTF-8 LC_ALL= gardenctl --socke
 expect 1 'diese Zone gibt es nicht' "gardenctl --socket control --lang de open ivy"
 
 echo
+echo "--- On the display of the device, which has ASCII and 20 columns ---"
+expect 0 ' 21:00 lawn$' "gardenctl --socket control display"
+expect 0 '^vannes fermees$' "gardenctl --socket control --lang fr display"
+
+echo
+echo "--- Another configuration: a mistake, a rule, and a user ---"
+echo 'rule dry = moisture of rosse below 30 %;' >>garden.conf
+expect 1 '^ +\^~~~~$' "gardenctl --socket control reload"
+expect 0 '^zones 4$' "gardenctl --socket control status"
+sed -i 's/rosse/roses/' garden.conf
+cat >>garden.conf <<'END'
+water roses daily at 06:30 for 20 minutes;
+water roses only when dry and not between 11:00 and 17:00;
+user "anna" password "sécret";
+download key "tour" for 5 minutes;
+END
+expect 0 '^$' "gardenctl --socket control reload"
+expect 0 ' roses daily 06:30 20' "gardenctl --socket control schedule list"
+expect 0 '^WWW-Authenticate: Digest realm="gardend", nonce="' "curl -si $url"
+expect 0 '^HTTP/1.1 401 Unauthorized' "curl -s --digest --user anna:guess --head $url"
+expect 0 '"name":"roses"' "curl -s --digest --user anna:sécret ${url}status.json"
+log=$(curl -s --digest --user anna:sécret "$url" | grep -o '/log/[^"]*/moisture\.log')
+expect 0 ' roses [0-9.]+' "curl -s ${url%/}$log | head -n 4"
+expect 0 '^HTTP/1.1 403 Forbidden' "curl -si ${url%/}${log/moisture/passwords}"
+
+echo
 echo "--- What it refuses ---"
 expect 1 'no such zone' "gardenctl --socket control open ivy"
 expect 2 'Try gardenctl --help' "gardenctl --socket control water everything"
@@ -91,8 +124,8 @@ expect 2 'the time must be' "gardenctl --socket control schedule add lawn daily 
 expect 2 'the minutes must be' "gardenctl --socket control open roses soon"
 expect 1 'no such schedule' "gardenctl --socket control schedule remove 1"
 expect 1 'no gardend' "gardenctl --socket nowhere status"
-expect 0 '^HTTP/1.1 404 Not Found' "curl -si ${url}cellar"
-expect 0 '^Allow: GET, HEAD' "curl -si --data water=yes $url"
+expect 0 '^HTTP/1.1 404 Not Found' "curl -si --digest --user anna:sécret ${url}cellar"
+expect 0 '^Allow: GET, HEAD' "curl -si --digest --user anna:sécret --data water=yes $url"
 expect 0 '^HTTP/1.1 400 Bad Request' "curl -si --header 'Host:' $url"
 expect 0 '^HTTP/1.1 413 Content Too Large' \
     "head -c 100000 /dev/zero | curl -si --header Expect: --data-binary @- $url"

@@ -14,6 +14,7 @@ namespace gardend {
 /** The soil of one zone: gets wet while it is watered, and dries otherwise. */
 class GARDEND_API CSoil {
   public:
+    CSoil() : CSoil(500) {}
     explicit CSoil(int moisturePermille) : m_moisture(kSoaked / 1000 * moisturePermille) {}
 
     void setWatered(bool isWatered);

@@ -1,0 +1,112 @@
+// SPDX-FileCopyrightText: 2026 the libzol authors
+// SPDX-License-Identifier: MIT
+// gardend's readers of what HTTP clients send: any bytes become the same requests wherever they are
+// cut, and the field Authorization says the same when it is written in another way. The first byte
+// of the input decides where to cut.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "digest_credentials.h"
+#include "http_parser.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+namespace {
+
+using gardend::CHttpParser;
+using gardend::DigestCredentials;
+
+void check(bool holds, const char* what) {
+    if (!holds) {
+        fprintf(stderr, "does not hold: %s\n", what);
+        abort();
+    }
+}
+
+std::string describe(const gardend::HttpRequest& request) {
+    std::string text;
+    for (const zol::CStr* part : {&request.method, &request.target, &request.path,
+                                  &request.languages, &request.authorization}) {
+        text += part->get() + std::string("\n");
+    }
+    return text + (request.keepAlive ? "stays" : "ends");
+}
+
+// What comes of the bytes when they come in pieces of a size. The credentials are seen, too.
+std::vector<std::string> parse(const std::string& bytes, size_t pieceSize,
+                               std::vector<std::string>& credentials) {
+    std::vector<std::string> found;
+    CHttpParser parser;
+    for (size_t at = 0; at < bytes.size() && parser.getState() != CHttpParser::kFailed;) {
+        const size_t size = std::min(pieceSize, bytes.size() - at);
+        const int taken = parser.feed(bytes.data() + at, static_cast<int>(size));
+        check(taken > 0 && taken <= static_cast<int>(size), "it takes some of the bytes");
+        at += static_cast<size_t>(taken);
+        if (parser.getState() == CHttpParser::kComplete) {
+            found.push_back(describe(parser.getRequest()));
+            credentials.emplace_back(parser.getRequest().authorization.get());
+            parser.restart();
+        } else if (parser.getState() == CHttpParser::kIncomplete) {
+            check(taken == static_cast<int>(size), "it takes all of what is not complete");
+        }
+    }
+    if (parser.getState() == CHttpParser::kFailed) {
+        found.push_back(std::to_string(parser.getError()));
+    }
+    return found;
+}
+
+// Writes credentials with all values in quotes, and every character escaped.
+std::string write(const DigestCredentials& credentials) {
+    constexpr const char* kNames[] = {"username",  "realm", "nonce", "uri",   "response",
+                                      "algorithm", "qop",   "nc",    "cnonce"};
+    std::string text = "dIGEST";
+    for (int i = DigestCredentials::kNameCount - 1; i >= 0; --i) {
+        if (credentials.isThere[i]) {
+            text += std::string(" ") + kNames[i] + "\t= \"";
+            for (const char* c = credentials.values[i].get(); *c != '\0'; ++c) {
+                text += std::string("\\") + *c;
+            }
+            text += "\" ,other=\"\\\"\",";
+        }
+    }
+    return text;
+}
+
+void checkCredentials(const std::string& field) {
+    DigestCredentials credentials;
+    const int status = gardend::readCredentials(field.c_str(), credentials);
+    check(status == 0 || status == 400 || status == 401, "it is good, malformed, or none");
+    if (status != 0) {
+        return;
+    }
+    DigestCredentials again;
+    check(gardend::readCredentials(write(credentials).c_str(), again) == 0, "it is good again");
+    check(credentials.count == again.count, "the count is the same");
+    for (int i = 0; i < DigestCredentials::kNameCount; ++i) {
+        check(credentials.isThere[i] == again.isThere[i], "the same are there");
+        check(credentials.values[i].getStr() == again.values[i].getStr(), "they are the same");
+    }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size == 0) {
+        return 0;
+    }
+    const std::string bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+    std::vector<std::string> credentials;
+    const std::vector<std::string> whole = parse(bytes, bytes.size() + 1, credentials);
+    check(parse(bytes, 1, credentials) == whole, "single bytes make no difference");
+    check(parse(bytes, data[0] + 1U, credentials) == whole, "pieces make no difference");
+    for (const std::string& field : credentials) {
+        checkCredentials(field);
+    }
+    checkCredentials(bytes.substr(0, bytes.find('\0')));
+    return 0;
+}
