@@ -36,9 +36,10 @@ int xbuffer_compare(const xbuffer* b1, const xbuffer* b2) {
 }
 
 void* xbuffer_get_buffer(xbuffer* b, int size) {
-    xtab_detach(b);
     const int length = lengthOf(b);
-    if (size > length && xtab_insert(b, &xbuffer_def, -1, size - length, nullptr) == -1) {
+    xtab_detach(b);
+    if (lengthOf(b) != length ||
+        (size > length && xtab_insert(b, &xbuffer_def, -1, size - length, nullptr) == -1)) {
         return nullptr;
     }
     return core::dataOf(b);
@@ -49,11 +50,12 @@ xbuffer* xbuffer_release_buffer(xbuffer* b, int len) {
         xsbuf_free(b);
         return b;
     }
-    xtab_detach(b);
     if (len < lengthOf(b)) {
         (void)xtab_delete(b, len, -1);
     }
-    (void)xtab_strip_buffer(b);  // without memory the block just stays larger
+    if (xsbuf_get_refcount(b) == 1) {  // else others need the room as well
+        (void)xtab_strip_buffer(b);    // without memory the block just stays larger
+    }
     return b;
 }
 

@@ -107,6 +107,14 @@ ssize_t writeString(void* cookie, const char* bytes, size_t length) {
     return count;
 }
 
+// Where nothing is read, the position follows what is written, as in a file.
+template <ssize_t (*write)(void*, const char*, size_t)>
+ssize_t writeAndFollow(void* cookie, const char* bytes, size_t length) {
+    const ssize_t written = write(cookie, bytes, length);
+    streamOf(cookie).position = streamOf(cookie).size;
+    return written;
+}
+
 int seek(void* cookie, off64_t* offset, int whence) {
     Stream& stream = streamOf(cookie);
     // Deliberate: of an offset the low 32 bits count. Pinned by
@@ -138,8 +146,15 @@ int close(void* cookie) {
     return 0;
 }
 
-constexpr cookie_io_functions_t kBufferFunctions = {readBuffer, writeBuffer, seek, close};
-constexpr cookie_io_functions_t kStringFunctions = {readString, writeString, seek, close};
+// What is done with a kind of target; the second ones where the mode is "w".
+constexpr cookie_io_functions_t kBufferFunctions[] = {
+    {readBuffer, writeBuffer, seek, close},
+    {nullptr, writeAndFollow<writeBuffer>, seek, close},
+};
+constexpr cookie_io_functions_t kStringFunctions[] = {
+    {readString, writeString, seek, close},
+    {nullptr, writeAndFollow<writeString>, seek, close},
+};
 constexpr cookie_io_functions_t kTextFunctions = {readText, nullptr, seek, close};
 
 // --- opening ---
@@ -172,6 +187,10 @@ FILE* open(void* target, int size, const char* mode, const cookie_io_functions_t
     return file;
 }
 
+bool isWriteOnly(const char* mode) {
+    return strcmp(mode, "w") == 0;
+}
+
 FILE* refuseMode() {
     errno = EINVAL;
     return nullptr;
@@ -184,7 +203,8 @@ FILE* xbuffer_fopen(xbuffer* b, const char* mode) {
         return refuseMode();
     }
     const bool empties = *mode == 'w';
-    FILE* const file = open(b, empties ? 0 : xtab_get_count(b), mode, kBufferFunctions);
+    FILE* const file =
+        open(b, empties ? 0 : xtab_get_count(b), mode, kBufferFunctions[isWriteOnly(mode)]);
     if (file != nullptr && empties) {
         xsbuf_free(b);
     }
@@ -196,7 +216,8 @@ FILE* xstr_fopen(xstr* s, const char* mode) {
         return refuseMode();
     }
     const bool empties = *mode == 'w';
-    FILE* const file = open(s, empties ? 0 : xstr_get_length(s), mode, kStringFunctions);
+    FILE* const file =
+        open(s, empties ? 0 : xstr_get_length(s), mode, kStringFunctions[isWriteOnly(mode)]);
     if (file != nullptr && empties) {
         xstr_free(s);
     }

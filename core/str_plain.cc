@@ -87,10 +87,8 @@ int makePlain(char* text, int length) {
         const auto byte = static_cast<unsigned char>(text[i]);
         if (!isLead(byte)) {
             text[written++] = text[i];
-        } else if (i + 1 < length) {
+        } else if (i + 1 < length) {  // a lead byte at the end has nothing to change: it just goes
             text[i + 1] = followerOf(byte, static_cast<unsigned char>(text[i + 1]));
-        } else {
-            text[written++] = kUnknown;  // a character that is cut off
         }
     }
     return written;
@@ -120,6 +118,10 @@ xstr* xstr_replaceSpecialCharUTF8(xstr* s) {
     }
     const int length = xstr_get_length(s);
     const int plainLength = makePlain(text, length);
+    if (plainLength == 0) {
+        xstr_free(s);
+        return s;
+    }
     text[plainLength] = '\0';
     (void)xtab_delete(core::tableOf(s), plainLength + 1, length - plainLength);
     return s;

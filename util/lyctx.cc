@@ -137,9 +137,7 @@ int xlyctx_read_file(FILE* stream, char* buffer, int max) {
 void xlyctx_update_location(xlyctx_location_s* location, const char* token, int length) {
     location->first_line = location->last_line;
     location->first_column = sum(location->last_column, 1);
-    if (length < 1) {
-        return;
-    }
+    length = length < 0 ? 0 : length;
 
     int firstLineLength = length;
     int lastLineStart = 0;

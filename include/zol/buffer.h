@@ -55,9 +55,9 @@ ZOL_API int xbuffer_compare(const xbuffer* b1, const xbuffer* b2);
  * Opens the bytes for direct writing, made private first.
  *
  * @param size  bytes wanted
- * @return      at least `size` bytes, the present ones first, new ones zero, which all belong to
- * the buffer from now on. Good until the next call on it; null for an empty buffer and a `size`
- * below 1, and null without memory.
+ * @return      at least `size` bytes, the present ones first, new ones zero; all of them belong to
+ *              the buffer from now on. Good until the next call on it. Null for an empty buffer and
+ *              a `size` below 1, and null without memory, when a shared buffer is empty then.
  *
  * Finish with xbuffer_release_buffer().
  */
@@ -67,7 +67,7 @@ ZOL_API void* xbuffer_get_buffer(xbuffer* b, int size);
  * Ends writing through xbuffer_get_buffer() and gives spare room back.
  *
  * @param len  bytes to keep; below 1 empties the buffer; above the length keeps all
- * @return     `b`
+ * @return     `b`; empty when there is no memory to cut bytes that are shared
  */
 ZOL_API xbuffer* xbuffer_release_buffer(xbuffer* b, int len);
 
@@ -110,7 +110,7 @@ ZOL_API int xbase64_get_decoded_maxlength(int n);
  * @param outLen  before: the room in `out`, in bytes; after: the length of the text, plus 1
  * @param inLen   below 1 makes the empty text, for which `out` needs room for its NUL
  * @return        0; -1, with `*outLen` as it was and a part of the text written, when the room is
- *                not xbase64_get_encoded_maxlength() + 1
+ *                less than xbase64_get_encoded_maxlength() + 1
  */
 ZOL_API int xbase64_encode(char* out, int* outLen, const unsigned char* in, int inLen);
 
@@ -121,7 +121,8 @@ ZOL_API int xbase64_encode(char* out, int* outLen, const unsigned char* in, int 
  * @param outLen  before: the room in `out`, in bytes; after: the number of bytes written
  * @param in      need not end with a NUL
  * @param inLen   length of the text; where that ends within a group of four: the offset of that
- *                group afterwards, so that a caller can go on there when more text has come
+ *                group afterwards. The characters before it decode whole, so a caller can decode
+ *                them alone, and go on from there when more text has come
  * @return        0; -1, with `*outLen` as it was and a part of the bytes written, when the room is
  *                too small, padding stands where none may be, bits that padding leaves unused are
  *                set, or the last group is incomplete
@@ -162,15 +163,20 @@ ZOL_API int xbase64_decode_buffer(xbuffer* b, const char* in, int* inLen);
  *              null when there is no memory
  *
  * In every mode reading begins at the start, and what is written goes to the end of the target,
- * wherever the stream stands: "r+" and "w+" are like the "a+" of files. Writing does not move the
- * place where reading goes on. "a" can be read, too. Seeking goes from the start to the end, not
- * beyond it (EINVAL). As with all streams, seek between writing and reading, and flush before you
- * look at the target.
+ * wherever the stream stands: "r+" and "w+" are like the "a+" of files. "a" can be read, too.
+ * Seeking goes from the start to the end, not beyond it (EINVAL). As with all streams, seek between
+ * writing and reading, and flush before you look at the target. A write that fails for want of
+ * memory is an error of the stream; the target is as it was then, or empty if its bytes were
+ * shared.
  *
- * The stream refers to the handle: it must stay where it is and live longer than the stream, which
- * does not free it, and what is written must not be a part of the target. Who changes the target
- * meanwhile by other means finds the stream with the length that it knew; it never reads or writes
- * behind what is there.
+ * What will bite: writing does not move the place where reading goes on, but asking the stream
+ * where it stands while output waits in it does, to the end. Seek to a place from the start before
+ * you read, and ask the target for its length.
+ *
+ * The stream refers to the handle, which must stay where it is and live longer than the stream
+ * (stdio flushes a stream that nobody closes at the end of the program), and does not free it. What
+ * is written must not be a part of the target. Who changes the target meanwhile by other means
+ * finds the stream with the length that it knew; it never reads or writes behind what is there.
  */
 ZOL_API FILE* xbuffer_fopen(xbuffer* b, const char* mode);
 ZOL_API FILE* xstr_fopen(xstr* s, const char* mode);

@@ -11,7 +11,8 @@
  * MD5 is broken as a signature, and here because these protocols ask for it. Do not build anything
  * new on it that an attacker gains from.
  *
- * Pointers are never null. Nothing is logged. Any thread.
+ * Pointers are never null. Any thread. Nothing is logged, but the notice of xstr_vformat() for an
+ * address of more than 511 characters.
  */
 
 #include <stddef.h>

@@ -28,8 +28,9 @@ class ZOL_API CFileUtil {
      *
      * @param text  written without its NUL
      * @param mode  1 appends; all others begin the file anew
-     * @return      0; -1 when fclose(3) fails, as it does when the disk is full. 0 also for a
-     *              file that cannot be opened: the caller is not told.
+     * @return      what fclose(3) does: 0, or -1 when it fails, as it does when the disk is full
+     * and the text is short. What will bite: 0 also for a file that cannot be opened, and for an
+     * error before the end of a text of 4 KiB and more.
      */
     static int writeFile(const char* path, const char* text, int mode);
 
@@ -47,8 +48,9 @@ class ZOL_API CFileUtil {
     /**
      * Copies what is in a file.
      *
-     * @return 0; 1 when one of the two cannot be opened. Errors of reading and writing are not
-     *         reported.
+     * @param to  begun anew, and before anything is read: a file copied onto itself is empty then
+     * @return    0; 1 when one of the two cannot be opened. Errors of reading and writing are not
+     *            reported.
      */
     static int copy(const char* from, const char* to);
 
@@ -57,12 +59,13 @@ class ZOL_API CFileUtil {
      * the last one to three bytes of a file not at all.
      *
      * @return false when one cannot be opened, the sizes differ, or a difference was seen; what
-     *         cannot be opened, and another size, are logged at priority 7
+     *         cannot be opened, and another size, are logged at priority 7. True of things without
+     * a size: two pipes, two folders, two files of /proc.
      */
     static bool isSameFile(const char* a, const char* b);
 
-    /** @return size in bytes; -1 for more than an int holds; 0, logged at priority 3, when the file
-     *  cannot be opened */
+    /** @return size in bytes; -1 for more than an int holds, and for what has no size; 0, logged at
+     *  priority 3, when the file cannot be opened */
     static int getFileSize(const char* path);
 };
 

@@ -27,7 +27,7 @@ ZOL_API void xlog_set_name(const char* name);
 /** Does nothing; kept for programs that call it. Use setlogmask(3). */
 ZOL_API void xlog_level_filter(unsigned mask);
 
-struct timespec;
+struct timespec; /* which <time.h> does not have in strict C99 */
 
 /**
  * Timing probes: what takes how long, in a line of the log at priority 3.

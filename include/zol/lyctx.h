@@ -32,8 +32,8 @@ typedef struct xlyctx_location_s {
     int32_t first_column; /**< its column; 1 for the first of a line */
     int32_t last_line;    /**< line of the last character */
     int32_t last_column;  /**< its column; 0 when it is the end of a line */
-    /** The line up to the token, and the token up to its first newline; the front is missing where
-     *  that is too long. */
+    /** The line up to the token, and the token up to its first newline. Where that is too long the
+     *  front is missing, and the end as well if 30 characters are left before the token. */
     char token_text[ZOL_LYCTX_TEXT_SIZE];
     /** The line as far as it has been read; its end where it is too long. */
     char line_text[ZOL_LYCTX_TEXT_SIZE];
@@ -62,7 +62,7 @@ ZOL_API int xlyctx_read_file(FILE* stream, char* buffer, int max);
  * Moves a location on to the next token. Call it for every token, blanks and comments included.
  *
  * @param location  of the token before
- * @param length    of the token in bytes; 0 moves the first position behind the last
+ * @param length    of the token in bytes; with 0 the location is just behind the last token
  */
 ZOL_API void xlyctx_update_location(xlyctx_location_s* location, const char* token, int length);
 
@@ -71,7 +71,8 @@ ZOL_API void xlyctx_update_location(xlyctx_location_s* location, const char* tok
 ZOL_API void xlyctx_concat_location(xlyctx_location_s* location, const xlyctx_location_s* source);
 
 /**
- * Notes an error in the context and logs it at priority 3.
+ * Notes an error in the context and logs it at priority 3; before a text of more than 511
+ * characters comes the notice of xstr_vformat().
  *
  * The line is "NAME parser (line=L, col=C): TEXT NUMBER1 NUMBER2 TEXT2". What will bite: all of it
  * is the format for the further arguments, as of printf(3). What comes from the input must be one

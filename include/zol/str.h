@@ -158,16 +158,18 @@ ZOL_API xstr* xstr_trim(xstr* s, const char* set);
 ZOL_API xstr* xstr_replace(xstr* s, const char* from, const char* to);
 
 /**
- * Makes text plain ASCII, for displays and file names, with one character for each of UTF-8:
- * accented letters of Latin-1 lose their accents, all others that are not ASCII become "_". What is
- * not UTF-8 may stay as it is.
+ * Makes UTF-8 text plain ASCII, for displays and file names, with one character for each: letters
+ * of Latin-1 become the letter that they look like ("e" for an accented one, "a" for the ae
+ * ligature, "B" for sharp s), all others that are not ASCII become "_". Where the text is not UTF-8
+ * bytes may stay that are not ASCII; a character that is cut off at its end goes.
  *
  * @return `s`; null for a null handle. Without memory the string is empty or as it was.
  */
 ZOL_API xstr* xstr_replaceSpecialCharUTF8(xstr* s);
 
-/** The same for text in IBM code page 437, byte for byte: accented letters lose their accents, all
- *  other bytes stay. @return as xstr_replaceSpecialCharUTF8() */
+/** Replaces accented letters of IBM code page 437 by the letters under the accents, byte for byte.
+ *  All other bytes stay, and so do some of its letters: acute ones but the capital e, those with a
+ *  tilde, and small u and y with a diaeresis. @return as xstr_replaceSpecialCharUTF8() */
 ZOL_API xstr* xstr_replaceSpecialCharASCII(xstr* s);
 
 /** @return 0 for a null `text`, its strlen(3) for a `len` of -1, else `len` */

@@ -238,6 +238,9 @@ TEST(Base64Decode, RefusesBitsThatPaddingLeavesUnused) {
     EXPECT_EQ((Decoded{kFailed, "", 4}), decode("Zo=="));
     EXPECT_EQ((Decoded{kFailed, "", 4}), decode("Zm9="));
     EXPECT_EQ((Decoded{kFailed, "", 5}), decode("Zm-9="));
+    EXPECT_EQ((Decoded{kFailed, "", 4}), decode("Zi=="));
+    EXPECT_EQ((Decoded{kFailed, "", 4}), decode("Zk=="));
+    EXPECT_EQ((Decoded{kFailed, "", 4}), decode("Zm+="));
     EXPECT_EQ("fo", decoded("Zm8="));
 }
 

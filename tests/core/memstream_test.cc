@@ -362,6 +362,21 @@ TEST_P(MemStream, TellsHowMuchHasBeenWritten) {
     EXPECT_EQ(5, ftell(stream));
 }
 
+TEST_P(MemStream, TellsHowMuchHasBeenWrittenAfterAFlush) {
+    open("abc", "w");
+
+    fputs("defg", stream);
+    fflush(stream);
+
+    EXPECT_EQ(4, ftell(stream));
+    EXPECT_EQ(0, fseek(stream, 1, SEEK_SET));
+    EXPECT_EQ(1, ftell(stream));
+    fputs("h", stream);
+    fflush(stream);
+    EXPECT_EQ(5, ftell(stream));
+    EXPECT_EQ("defgh", target());
+}
+
 TEST_P(MemStream, SeeksInWhatHasJustBeenWritten) {
     open("", "w+");
 

@@ -119,15 +119,22 @@ TEST(PlainUtf8, MakesOneLineOfALeadByteOfLatin1WithAWrongFollower) {
                          "b"));
 }
 
-TEST(PlainUtf8, MakesOneLineOfACharacterThatIsCutOff) {
-    EXPECT_EQ("a_", utf8("a\xc3"));
-    EXPECT_EQ("a_", utf8("a\xc2"));
-    EXPECT_EQ("a_", utf8("a\xe2"));
-    EXPECT_EQ("a_", utf8("a\xe2\x82"));
-    EXPECT_EQ("a_", utf8("a\xf0"));
-    EXPECT_EQ("a_", utf8("a\xf0\x9f"));
-    EXPECT_EQ("a_", utf8("a\xf0\x9f\x8c"));
-    EXPECT_EQ("_", utf8("\xfe"));
+TEST(PlainUtf8, LosesACharacterThatIsCutOff) {
+    EXPECT_EQ("a", utf8("a\xc3"));
+    EXPECT_EQ("a", utf8("a\xc2"));
+    EXPECT_EQ("a", utf8("a\xe2"));
+    EXPECT_EQ("a", utf8("a\xe2\x82"));
+    EXPECT_EQ("a", utf8("a\xf0"));
+    EXPECT_EQ("a", utf8("a\xf0\x9f"));
+    EXPECT_EQ("a", utf8("a\xf0\x9f\x8c"));
+}
+
+TEST(PlainUtf8, IsEmptyWhenNothingIsLeft) {
+    OwnedStr s("\xf0\x9f");
+
+    xstr_replaceSpecialCharUTF8(s);
+
+    EXPECT_EQ(xstr_null, s.h);
 }
 
 TEST(PlainUtf8, GoesOnBehindNuls) {

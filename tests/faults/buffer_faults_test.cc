@@ -14,6 +14,7 @@
 
 #include "support/alloc_faults.h"
 #include "support/owned_str.h"
+#include "support/syslog_capture.h"
 
 namespace {
 
@@ -69,6 +70,32 @@ TEST(AllocFaultsOfBuffers, GetBufferAnswersNull) {
         void* const bytes = xbuffer_get_buffer(&b.h, 100);
         EXPECT_EQ(faulted(), bytes == nullptr);
         EXPECT_EQ(faulted() ? 0 : 100, b.length());
+    });
+}
+
+TEST(AllocFaultsOfBuffers, GetBufferOfBytesThatAreThereAnswersThemOrNull) {
+    forEachFailingAllocation([] {
+        Buffer b;
+        xbuffer_set(&b.h, "abc", 3);
+        const int before = b.length();
+        void* const bytes = xbuffer_get_buffer(&b.h, 1000);
+        EXPECT_TRUE(bytes == nullptr ? faulted() && b.length() == before : b.length() == 1000);
+        EXPECT_TRUE(b.length() == 0 || faulted() || memcmp("abc", b.h, 3) == 0);
+    });
+}
+
+TEST(AllocFaultsOfBuffers, GetBufferOfSharedBytesAnswersThemOrNull) {
+    forEachFailingAllocation([] {
+        Buffer b;
+        Buffer other;
+        xbuffer_set(&other.h, "abcdef", 6);
+        xsbuf_copy(&b.h, &other.h);
+        const bool before = faulted();
+        void* const bytes = xbuffer_get_buffer(&b.h, 3);
+        if (!before) {
+            EXPECT_TRUE(bytes == nullptr ? faulted() : memcmp("abcdef", bytes, 6) == 0);
+            EXPECT_EQ(6, other.length());
+        }
     });
 }
 
@@ -131,11 +158,14 @@ TEST(AllocFaultsOfStreams, OpenKeepsTheTarget) {
     });
 }
 
-TEST(AllocFaultsOfStreams, OpenOnABuffer) {
+TEST(AllocFaultsOfStreams, OpenOnABufferKeepsTheTarget) {
     forEachFailingAllocation([] {
         Buffer b;
-        FILE* const stream = xbuffer_fopen(&b.h, "a+");
-        EXPECT_EQ(faulted(), stream == nullptr);
+        xbuffer_set(&b.h, "old", 3);
+        const int before = b.length();
+        FILE* const stream = xbuffer_fopen(&b.h, "w");
+        EXPECT_EQ(stream == nullptr ? before : 0, b.length());
+        EXPECT_TRUE(faulted() || stream != nullptr);
         if (stream != nullptr) {
             fclose(stream);
         }
@@ -276,6 +306,22 @@ TEST(AllocFaultsOfParsers, AnErrorIsNoted) {
 
         EXPECT_EQ(1, context.error);
     });
+}
+
+TEST(AllocFaultsOfParsers, AnErrorWithoutMemoryIsLoggedWithItsPlace) {
+    const SyslogCapture log;
+    xlyctx_s context = {"config", {}, 0};
+    xlyctx_location_s location = {};
+    location.first_line = 3;
+    location.first_column = 7;
+
+    AllocFaults::failNth(1);
+    xlyctx_error(&context, &location, "unexpected", 1, 2, "word");
+    AllocFaults::failNth(0);
+
+    const std::vector<SyslogCapture::Line> expected = {{3, "config parser (line=3, col=7)"}};
+    EXPECT_EQ(expected, log.lines());
+    EXPECT_EQ(1, context.error);
 }
 
 TEST(AllocFaultsOfParsers, MallocAnswersNull) {

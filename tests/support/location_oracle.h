@@ -22,9 +22,6 @@ struct LocationOracle {
     void update(const std::string& text) {
         firstLine = lastLine;
         firstColumn = lastColumn + 1;
-        if (text.empty()) {
-            return;
-        }
         for (const char character : text) {
             lastColumn = character == '\n' ? 0 : lastColumn + 1;
             lastLine += character == '\n' ? 1 : 0;

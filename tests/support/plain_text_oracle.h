@@ -15,7 +15,7 @@ inline std::string plainText(std::string text) {
         if (!lead) {
             out += text[i];
         } else if (i + 1 == text.size()) {
-            out += '_';
+            break;
         } else if (byte == 0xC3) {
             const std::string letters =
                 "AAAAAAACEEEEIIIIDNOOOOO_OUUUUY_Baaaaaaaceeeeiiii_nooooo_ouuuuyyy";

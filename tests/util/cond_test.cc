@@ -131,6 +131,14 @@ TEST_F(AndCondition, AnswersOneNotTheLastAnswer) {
     EXPECT_EQ(1, check(condition.cond));
 }
 
+TEST_F(AndCondition, TakesANegativeAnswerForTrue) {
+    auto children = childrenOf(minus, yes);
+    const xmulticond condition = {xandcond_def, children.data()};
+
+    EXPECT_EQ(1, check(condition.cond));
+    EXPECT_EQ("m?y?", story);
+}
+
 TEST_F(AndCondition, SkipsAChildWithoutACheck) {
     auto children = childrenOf(mute, yes);
     const xmulticond condition = {xandcond_def, children.data()};

@@ -108,6 +108,10 @@ TEST_F(WriteFile, AnswersWhatClosingDoes) {
     EXPECT_EQ(-1, CFileUtil::writeFile("/dev/full", "text", 1));
 }
 
+TEST_F(WriteFile, DoesNotTellOfAnErrorBeforeTheEnd) {
+    EXPECT_EQ(0, CFileUtil::writeFile("/dev/full", std::string(8192, 'x').c_str(), 1));
+}
+
 // --- readFile ---
 
 TEST_F(ReadWholeFile, AnswersItsText) {
@@ -250,6 +254,14 @@ TEST_F(CopyFile, DoesNotReportErrorsOfWriting) {
     EXPECT_EQ(0, CFileUtil::copy(a.c_str(), "/dev/full"));
 }
 
+// The target is opened for reading, too: else this would wait for a reader.
+TEST_F(CopyFile, DoesNotWaitForAReaderOfAPipe) {
+    write(a, "text");
+    ASSERT_EQ(0, mkfifo(b.c_str(), 0600));
+
+    EXPECT_EQ(0, CFileUtil::copy(a.c_str(), b.c_str()));
+}
+
 TEST_F(CopyFile, OntoItselfEmptiesIt) {
     write(a, "text");
 
@@ -308,6 +320,11 @@ TEST_F(IsSameFile, LogsTheSecondThatCannotBeOpened) {
     EXPECT_FALSE(CFileUtil::isSameFile(a.c_str(), missing.c_str()));
 
     EXPECT_EQ((Lines{{7, " isSameFile(#): open " + missing + " failed"}}), m_log.lines());
+}
+
+TEST_F(IsSameFile, EndsWhereReadingDoes) {
+    // The size that a folder tells is huge, and nothing can be read from it.
+    EXPECT_TRUE(CFileUtil::isSameFile(m_folder.path().c_str(), m_folder.path().c_str()));
 }
 
 TEST_F(IsSameFile, IsTrueOfAFileAndItself) {

@@ -147,8 +147,17 @@ TEST(UpdateLocation, OfAnEmptyTokenOnlyMovesTheFirstPosition) {
     EXPECT_EQ(1, location.last_line);
     EXPECT_EQ(6, location.last_column);
     EXPECT_STREQ("x = ab", location.token_text);
-    EXPECT_EQ(4U, location.token_position);
+    EXPECT_EQ(6U, location.token_position);
     EXPECT_STREQ("x = ab", location.line_text);
+}
+
+TEST(UpdateLocation, OfAnEmptyTokenBehindANewlineIsAtTheBeginningOfTheNextLine) {
+    const xlyctx_location_s location = after("ab", "\n", "");
+
+    EXPECT_EQ(2, location.first_line);
+    EXPECT_EQ(1, location.first_column);
+    EXPECT_STREQ("", location.token_text);
+    EXPECT_EQ(0U, location.token_position);
 }
 
 TEST(UpdateLocation, OfANegativeLengthIsThatOfAnEmptyToken) {
@@ -159,6 +168,7 @@ TEST(UpdateLocation, OfANegativeLengthIsThatOfAnEmptyToken) {
     EXPECT_EQ(3, location.first_column);
     EXPECT_EQ(2, location.last_column);
     EXPECT_STREQ("ab", location.line_text);
+    EXPECT_EQ(2U, location.token_position);
 }
 
 TEST(UpdateLocation, KeepsTheLast59CharactersOfALongLine) {
@@ -409,6 +419,17 @@ TEST(ConcatLocation, MayLoseTheBeginningOfTheTokenItself) {
     EXPECT_EQ(repeat(20, 'x') + repeat(29, 'y') + repeat(10, 'z'), whole.token_text);
     EXPECT_EQ(-38, static_cast<int32_t>(whole.token_position));
     EXPECT_EQ(32, whole.first_column);
+}
+
+TEST(ConcatLocation, WithAnEmptyTokenReachesUpToIt) {
+    xlyctx_location_s whole = after("zone");
+    const xlyctx_location_s end = after("zone", " ", "lawn", "");
+
+    xlyctx_concat_location(&whole, &end);
+
+    EXPECT_STREQ("zone lawn", whole.token_text);
+    EXPECT_EQ(0U, whole.token_position);
+    EXPECT_EQ(9, whole.last_column);
 }
 
 TEST(ConcatLocation, LeavesTheSourceAlone) {

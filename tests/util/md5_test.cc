@@ -44,6 +44,17 @@ TEST(Md5, AnswersTheVectorsOfItsRfc) {
                   "7890"));
 }
 
+// 55 bytes are the most that leave room for the count of bits in the same block.
+TEST(Md5, DigestsMessagesAroundTheEndOfABlock) {
+    EXPECT_EQ("ef1772b6dff9a122358552954ad0df65", md5(std::string(55, 'a')));
+    EXPECT_EQ("3b0c8ac703f828b04c6c197006d17218", md5(std::string(56, 'a')));
+    EXPECT_EQ("b06521f39153d618550606be297466d5", md5(std::string(63, 'a')));
+    EXPECT_EQ("014842d480b571495a4a0363793f7367", md5(std::string(64, 'a')));
+    EXPECT_EQ("c743a45e0d2e6a95cb859adae0248435", md5(std::string(65, 'a')));
+    EXPECT_EQ("8a7bd0732ed6a28ce75f6dabc90e1613", md5(std::string(119, 'a')));
+    EXPECT_EQ("5f61c0ccad4cac44c75ff505e1f1e537", md5(std::string(120, 'a')));
+}
+
 TEST(Md5, BeginsWithTheStateOfItsRfc) {
     cvs_MD5Context context;
     memset(&context, 0xff, sizeof context);

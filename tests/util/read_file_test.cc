@@ -171,6 +171,13 @@ TEST_F(ReadFileWithADescriptor, ClearsTheStreamAlsoWhenBytesCameWithEagain) {
     EXPECT_EQ(0, ferror(m_stream));
 }
 
+TEST_F(ReadFileWithADescriptor, LosesNothingThatCameWithAnInterruption) {
+    answers = {{"abc", EINTR}, {"de"}};
+
+    EXPECT_EQ("abc", read());
+    EXPECT_EQ("de", read());
+}
+
 TEST_F(ReadFileWithADescriptor, LeavesTheStreamWhenBytesCame) {
     answers = {{"abc"}};
     setError();
@@ -220,6 +227,12 @@ TEST_F(ReadFileWithoutADescriptor, AnswersWhatCameBeforeEagainAndClearsTheStream
     EXPECT_EQ("ab", read());
 
     EXPECT_EQ(0, ferror(m_stream));
+}
+
+TEST_F(ReadFileWithoutADescriptor, LosesNothingThatCameBeforeAnInterruption) {
+    answers = {{"ab"}, {"", EINTR}, {"cd"}};
+
+    EXPECT_EQ("ab", read());
 }
 
 TEST_F(ReadFileWithoutADescriptor, AnswersNothingOnAnErrorAndLeavesTheStream) {
