@@ -41,11 +41,13 @@ constexpr int kDaily = 127;
 #define YYMALLOC(size) xlyctx_malloc(nullptr, size)
 #define YYFREE free
 
-// A rule reaches from its first part to its last one; an empty one is where it would be.
+// A rule reaches from its first part to its last one; an empty one is just behind what was before.
 #define YYLLOC_DEFAULT(current, parts, count)                               \
     do {                                                                    \
         (current) = YYRHSLOC(parts, (count) == 0 ? 0 : 1);                  \
-        if ((count) > 1) {                                                  \
+        if ((count) == 0) {                                                 \
+            xlyctx_update_location(&(current), "", 0);                      \
+        } else if ((count) > 1) {                                           \
             xlyctx_concat_location(&(current), &YYRHSLOC(parts, (count)));  \
         }                                                                   \
     } while (0)

@@ -26,11 +26,6 @@ int positionOf(const xlyctx_location_s& where) {
     return position < 0 ? 0 : position;
 }
 
-// Only the end of the file has no length; its texts are those of the token before.
-bool isEnd(const xlyctx_location_s& where) {
-    return where.first_line == where.last_line && where.first_column > where.last_column;
-}
-
 bool isContinued(char byte) {
     return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80;
 }
@@ -96,8 +91,8 @@ void CConfigurationBuilder::complain(const Location& where, const char* format, 
 
 // The line as far as the location knows it, and what is meant in it.
 void CConfigurationBuilder::show(const Location& where) {
-    const zol::CStr line = makePrintable(isEnd(where) ? where.line_text : where.token_text);
-    const int begin = isEnd(where) ? line.getLength() : positionOf(where);
+    const zol::CStr line = makePrintable(where.token_text);
+    const int begin = positionOf(where);
     if (line.isEmpty()) {
         return;
     }
@@ -109,14 +104,13 @@ void CConfigurationBuilder::show(const Location& where) {
             m_complaints.add(i < begin ? " " : i == begin ? "^" : "~");
         }
     }
-    m_complaints.add(isEnd(where) ? "^\n" : "\n");
+    m_complaints.add(begin == line.getLength() ? "^\n" : "\n");  // at the end of the file
 }
 
 void CConfigurationBuilder::complainAboutToken(const Location& where, const char* expected) {
-    const char* const token =
-        isEnd(where) ? "the end of the file" : where.token_text + positionOf(where);
-    complain(where, "%s is not expected here%s%s", token, *expected == '\0' ? "" : ", but ",
-             expected);
+    const char* const token = where.token_text + positionOf(where);
+    complain(where, "%s is not expected here%s%s", *token == '\0' ? "the end of the file" : token,
+             *expected == '\0' ? "" : ", but ", expected);
 }
 
 const char* CConfigurationBuilder::keep(const char* text, int length) {
