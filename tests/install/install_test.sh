@@ -75,3 +75,9 @@ flags="$(pkg-config --cflags --libs zol) -Wl,-rpath,$libdir"
 run "$work/pc_c"
 run "$work/pc_cc"
 run "$work/pc_sim"
+
+echo "- the example of a lexer and a parser"
+for file in config.l config.y parser.cmake parsers.md; do
+    cmp "$stage/share/doc/zol/examples/parser/$file" "$(find "$source/examples/gardend" \
+        "$source/docs" -name "$file")"
+done
