@@ -35,6 +35,20 @@ bool CGarden::add(const zol::CTab<ZoneWish>& wishes) {
     return true;
 }
 
+const CZone* CGarden::closeWhatGoes(const zol::CTab<ZoneWish>& wishes) {
+    for (int i = 0; i < m_count; ++i) {
+        bool stays = false;
+        for (const ZoneWish& wish : wishes) {
+            stays =
+                stays || (wish.name == m_zones[i]->getName() && wish.line == m_zones[i]->getLine());
+        }
+        if (!stays && !m_zones[i]->close()) {
+            return m_zones[i].get();
+        }
+    }
+    return nullptr;
+}
+
 // What goes is closed before anything else takes its line.
 void CGarden::keep(const zol::CTab<ZoneWish>& wishes) {
     for (int i = 0; i < wishes.getCount(); ++i) {

@@ -65,6 +65,13 @@ class CGarden : public zol::CEventDest<CGarden, void> {
      */
     bool add(const zol::CTab<ZoneWish>& wishes);
 
+    /**
+     * Closes the valves of zones that are not among these, or have another line there.
+     *
+     * @return null; else a zone whose valve does not close, which must stay as it is
+     */
+    const CZone* closeWhatGoes(const zol::CTab<ZoneWish>& wishes);
+
     /** Closes and removes all zones but these, which have been added, and take their order, lines
      *  and flows; in a garden that has been started those that are new are started. */
     void keep(const zol::CTab<ZoneWish>& wishes);

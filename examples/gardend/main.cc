@@ -134,6 +134,7 @@ class CDaemon : public zol::CEventDest<CDaemon, void>,
     void announce();
     void onSignal(int signum);
     void onHangup(int);
+    void onReload(int);
 
     const Options& m_options;
     const Settings m_settings;  // as of the start; of later ones only a part counts
@@ -158,6 +159,7 @@ class CDaemon : public zol::CEventDest<CDaemon, void>,
     zol::CEventSignal m_terminate;
     zol::CEventSignal m_interrupt;
     zol::CEventSignal m_hangup;
+    zol::CEventTimer<CDaemon, int> m_whenToReload{this, &CDaemon::onReload, 0};
 };
 
 CDaemon::~CDaemon() {
@@ -203,22 +205,29 @@ bool CDaemon::adopt(const Configuration& next, CText& reason) {
         return false;
     }
     const bool hasZones = m_garden.add(next.zones);
-    const int error = hasZones ? m_plan.configure(next.schedules, m_garden) : 0;
-    if (!hasZones || error != 0) {
-        reason.add(error == CWateringPlan::kFull
-                       ? "too many schedules, with those that were added by hand"
-                       : "no memory");
+    // A valve that nobody knows any more would stay open for ever.
+    const CZone* const stuck = hasZones ? m_garden.closeWhatGoes(next.zones) : nullptr;
+    const bool mayGo = hasZones && stuck == nullptr;
+    const int error = mayGo ? m_plan.configure(next.schedules, m_garden) : 0;
+    if (!mayGo || error != 0) {
+        if (stuck != nullptr) {
+            reason.add("the valve of ").add(stuck->getName()).add(" does not close");
+        } else {
+            reason.add(error == CWateringPlan::kFull
+                           ? "too many schedules, with those that were added by hand"
+                           : "no memory");
+        }
         m_garden.keep(m_configuration->zones);
         m_listeners.keep(m_configuration->settings.listen);
         return false;
     }
 
+    m_samples.setFolder(next.settings.logFolder);  // before new zones have samples
     m_plan.keepZones(next.zones);
     m_garden.keep(next.zones);
     m_listeners.keep(next.settings.listen);
     m_login.setUsers(next.users);
     m_downloads.configure(next.downloadKey, next.downloadMinutes, next.settings.logFolder);
-    m_samples.setFolder(next.settings.logFolder);
     return true;
 }
 
@@ -274,8 +283,8 @@ bool CDaemon::watchSignals() {
     return m_terminate.set(m_loop.getThread(), SIGTERM, &m_onTerminate) != 0 &&
            m_interrupt.set(m_loop.getThread(), SIGINT, &m_onInterrupt) != 0 &&
            m_hangup.set(m_loop.getThread(), SIGHUP, &m_onHangup) != 0 &&
-           m_terminate.add(forEver) == 0 && m_interrupt.add(forEver) == 0 &&
-           m_hangup.add(forEver) == 0;
+           m_whenToReload.open(m_loop.getThread()) != 0 && m_terminate.add(forEver) == 0 &&
+           m_interrupt.add(forEver) == 0 && m_hangup.add(forEver) == 0;
 }
 
 bool CDaemon::listenForControl() {
@@ -300,7 +309,14 @@ void CDaemon::announce() {
     (void)fflush(stdout);
 }
 
+// Behind what is due already: a schedule whose time has come must not fall under the change.
 void CDaemon::onHangup(int) {
+    if (m_whenToReload.add(zol::CTime(1)) != 0) {
+        onReload(0);
+    }
+}
+
+void CDaemon::onReload(int) {
     CText answer;  // which the log has got, too
     (void)reload(answer);
 }

@@ -144,6 +144,7 @@ int CWateringPlan::configure(const zol::CTab<ScheduleWish>& wishes, const CGarde
         return kFull;
     }
     const int before = m_schedules.getCount();
+    bool isChanged = false;
     for (const ScheduleWish& wish : wishes) {
         if (isThere(wish) || contains(m_withdrawn, wish)) {
             continue;
@@ -158,6 +159,7 @@ int CWateringPlan::configure(const zol::CTab<ScheduleWish>& wishes, const CGarde
             (void)restart();
             return kNoMemory;
         }
+        isChanged = true;
     }
     for (int i = m_schedules.getCount() - 1; i >= 0; --i) {
         bool stays = !m_schedules[i].isConfigured;
@@ -166,6 +168,7 @@ int CWateringPlan::configure(const zol::CTab<ScheduleWish>& wishes, const CGarde
         }
         if (!stays) {
             removeAt(i);
+            isChanged = true;
         }
     }
     for (int i = m_withdrawn.getCount() - 1; i >= 0; --i) {
@@ -173,11 +176,14 @@ int CWateringPlan::configure(const zol::CTab<ScheduleWish>& wishes, const CGarde
             (void)m_withdrawn.remove(i);
         }
     }
-    (void)restart();
+    if (isChanged) {
+        (void)restart();  // which forgets what is just due: not for nothing
+    }
     return 0;
 }
 
 void CWateringPlan::keepZones(const zol::CTab<ZoneWish>& wishes) {
+    bool isChanged = false;
     for (int i = m_schedules.getCount() - 1; i >= 0; --i) {
         const Schedule& schedule = m_schedules[i];
         bool stays = false;
@@ -188,9 +194,12 @@ void CWateringPlan::keepZones(const zol::CTab<ZoneWish>& wishes) {
             syslog(LOG_NOTICE, "schedule %d goes with its zone, %s", schedule.number,
                    schedule.zone->getName());
             removeAt(i);
+            isChanged = true;
         }
     }
-    (void)restart();
+    if (isChanged) {
+        (void)restart();
+    }
 }
 
 bool CWateringPlan::isThere(const ScheduleWish& wish) const {

@@ -127,6 +127,7 @@ class CZone : public zol::CEventDest<CZone, void> {
 
     const char* getName() const { return m_name.get(); }
     bool isOpen() const { return m_open; }
+    int getLine() const { return m_line; }
     /** @return whole seconds until the valve closes by itself, at least 1; 0: it does not */
     int getSecondsLeft() const;
     int64_t getMillilitres() const { return m_nanolitres / 1000000; }

@@ -96,6 +96,31 @@ TEST_F(Garden, DeliversAsMuchInManyShortTicksAsInALongOne) {
     EXPECT_EQ(60, roses(garden).getMillilitres());
 }
 
+TEST_F(Garden, ClosesTheValvesOfZonesThatGoOrMoveToAnotherLine) {
+    for (const char* const name : {"lawn", "roses", "hedge"}) {
+        zone(garden, name).open();
+    }
+    zol::CTab<ZoneWish> wishes;
+    wishes.append({"roses", 1, 60});
+    wishes.append({"hedge", 5, 120});
+
+    EXPECT_EQ(nullptr, garden.closeWhatGoes(wishes));
+
+    EXPECT_FALSE(zone(garden, "lawn").isOpen());
+    EXPECT_TRUE(roses(garden).isOpen());
+    EXPECT_FALSE(zone(garden, "hedge").isOpen());
+}
+
+TEST_F(Garden, TellsOfAValveThatDoesNotCloseBeforeItsZoneGoes) {
+    roses(garden).open();
+    drivers.obeys = false;
+
+    const CZone* const stuck = garden.closeWhatGoes({});
+
+    ASSERT_NE(nullptr, stuck);
+    EXPECT_STREQ("roses", stuck->getName());
+}
+
 TEST_F(Garden, ClosesAllValvesAtOnce) {
     zone(garden, "roses").open();
     zone(garden, "lawn").open();

@@ -441,6 +441,22 @@ class WateringPlan : public GardenInTime {
     CWateringPlan m_plan{m_loop.get()};
 };
 
+// What is due, but has not been looked at yet, is lost when the scheduler begins anew.
+TEST_F(WateringPlan, KeepsWhatIsDueWhereAConfigurationChangesNothing) {
+    start();
+    zol::CTab<ScheduleWish> wishes;
+    wishes.append({"roses", ZOL_MONDAY, 6, 30, 20});
+    ASSERT_EQ(0, m_plan.configure(wishes, m_garden));
+    passUntil("2026-11-16 06:29:59");
+
+    ASSERT_EQ(0, evlp_sim_setDate(dateOf("2026-11-16 06:30:05")));
+    ASSERT_EQ(0, m_plan.configure(wishes, m_garden));
+    m_plan.keepZones(fourZones());
+    pass(kSecond);
+
+    EXPECT_TRUE(zone("roses").isOpen());
+}
+
 TEST_F(WateringPlan, OpensTheValveAtItsTimeForItsMinutes) {
     start();
     EXPECT_EQ(1, add("roses", ZOL_MONDAY, 6, 30, 20));
