@@ -674,7 +674,6 @@ TEST(TextStream, TakesTheModeRAlone) {
 
 // --- the offset ---
 
-#if defined(__x86_64__)
 TEST(MemStreamSeek, TakesTheLow32BitsOfAnOffset) {
     FILE* const stream = xstr_fopen_cstr("abc", "r");
     setvbuf(stream, nullptr, _IONBF, 0);
@@ -684,6 +683,5 @@ TEST(MemStreamSeek, TakesTheLow32BitsOfAnOffset) {
     EXPECT_EQ('b', fgetc(stream));
     fclose(stream);
 }
-#endif
 
 }  // namespace
