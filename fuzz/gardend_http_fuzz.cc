@@ -1,16 +1,18 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 // gardend's readers of what HTTP clients send: any bytes become the same requests wherever they are
-// cut, and the field Authorization says the same when it is written in another way. The first byte
-// of the input decides where to cut.
+// cut, and the field Authorization says the same when it is written in another way. None of them
+// logs in, and none is the address of a download. The first byte of the input decides where to cut.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <syslog.h>
 #include <vector>
 
-#include "digest_credentials.h"
+#include "digest_login.h"
+#include "downloads.h"
 #include "http_parser.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
@@ -93,6 +95,27 @@ void checkCredentials(const std::string& field) {
     }
 }
 
+// Nobody knows the secret, the password and the key.
+void checkLogin(const gardend::HttpRequest& request) {
+    (void)setlogmask(LOG_MASK(LOG_EMERG));  // wrong logins are logged
+    zol::CTab<gardend::User> users;
+    users.append({"a", "00112233445566778899aabbccddeeff"});
+    gardend::CDigestLogin login("ffeeddccbbaa99887766554433221100");
+    login.setUsers(users);
+    gardend::CText fields;
+    const int status = login.check(request, zol::CTime(1000000), fields);
+    check(status == 400 || status == 401, "nobody is let in");
+    check(fields.isEmpty() == (status == 400), "a login is asked for");
+}
+
+void checkAddress(const zol::CStr& path) {
+    gardend::CDownloads downloads;
+    downloads.configure("key", 10, "/nowhere");
+    gardend::HttpAnswer answer;
+    downloads.answer(path, 0x5f5e1000, answer);
+    check(answer.status == 403 || answer.status == 404, "nothing is served");
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -107,6 +130,13 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const std::string& field : credentials) {
         checkCredentials(field);
     }
-    checkCredentials(bytes.substr(0, bytes.find('\0')));
+    const zol::CStr text(bytes.c_str());
+    checkCredentials(text.get());
+    gardend::HttpRequest request;
+    request.authorization = text;
+    checkLogin(request);
+    if (gardend::CDownloads::isAddress(text)) {
+        checkAddress(text);
+    }
     return 0;
 }

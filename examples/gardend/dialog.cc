@@ -91,6 +91,7 @@ bool CDialog::sendAnswer() {
 
     m_answer.clear();
     m_answerSent = 0;
+    onSent();
     return changeTo(m_last ? kLeaving : kListening);
 }
 

@@ -43,6 +43,9 @@ class CDialog : public zol::CEventDest<CDialog, void>, public zol::CConnection {
      */
     virtual int take(const char* bytes, int size, CText& answer, bool& last) = 0;
 
+    /** The answer has left, and takes no memory any more. */
+    virtual void onSent() {}
+
   private:
     enum Phase { kListening, kAnswering, kLeaving };
 
@@ -80,7 +83,9 @@ class CDialogServer : public zol::CServer {
                   const zol::CTime& timeLimit)
         : CServer(thread, name), m_maxConnections(maxConnections), m_timeLimit(timeLimit) {}
 
-    bool isFull() const { return xlist_get_count(&getConnections()) >= m_maxConnections; }
+    /** @return whether there is no room for a further connection */
+    virtual bool isFull() const { return xlist_get_count(&getConnections()) >= m_maxConnections; }
+
     const zol::CTime& getTimeLimit() const { return m_timeLimit; }
 
     void onReceiveData(zol::CConnection& connection) override;

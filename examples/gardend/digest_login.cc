@@ -3,7 +3,9 @@
 #include "digest_login.h"
 
 #include <inttypes.h>
+#include <stdio.h>
 #include <stdlib.h>
+#include <syslog.h>
 
 #include "zol/digest.h"
 
@@ -52,10 +54,35 @@ zol::CStr makeResponse(const Credentials& credentials, const zol::CStr& method,
                                  : generateHa1(ha1, nonce, ha2);
 }
 
+void CWrongLogins::add(const zol::CStr& name, const zol::CTime& now) {
+    (void)snprintf(m_lastName, sizeof(m_lastName), "%s", name.get());
+    for (char* c = m_lastName; *c != '\0'; ++c) {
+        *c = *c < ' ' || *c > '~' || *c == '"' ? '?' : *c;
+    }
+    ++m_unlogged;
+    log(now);
+    ++m_count;
+}
+
+void CWrongLogins::log(const zol::CTime& now) {
+    if (m_unlogged > 0 && now >= m_minuteEnd) {
+        syslog(LOG_NOTICE, "wrong logins: %d, the last one as \"%s\"", m_unlogged, m_lastName);
+        m_unlogged = 0;
+        m_minuteEnd = now + kMinute;
+        m_count = 0;
+    }
+}
+
+int CWrongLogins::getSecondsToWait(const zol::CTime& now) const {
+    const int64_t left = (m_minuteEnd - now).getMicroseconds();
+    return left <= 0 || m_count < kMostInAMinute ? 0 : static_cast<int>((left + 999999) / 1000000);
+}
+
 int CDigestLogin::check(const HttpRequest& request, const zol::CTime& now, CText& fields) {
     if (m_users.isEmpty()) {
         return 0;
     }
+    m_wrong.log(now);
     Credentials credentials;
     const int fault = readCredentials(request.authorization.get(), credentials);
     if (fault != 0) {
@@ -71,8 +98,15 @@ int CDigestLogin::check(const HttpRequest& request, const zol::CTime& now, CText
     if (response.isEmpty()) {
         return 503;
     }
-    const bool isRight = isSameDigest(response, credentials[Credentials::kResponse]);
-    if (!isRight || !isKnown || credentials[Credentials::kRealm] != kLoginRealm) {
+    const bool isRight = isSameDigest(response, credentials[Credentials::kResponse]) && isKnown &&
+                         credentials[Credentials::kRealm] == kLoginRealm;
+    const int secondsToWait = m_wrong.getSecondsToWait(now);
+    if (secondsToWait > 0 && !(isRight && isRemembered(credentials[Credentials::kNonce]))) {
+        fields.addFormat("Retry-After: %d\r\n", secondsToWait);
+        return 503;
+    }
+    if (!isRight) {
+        m_wrong.add(credentials[Credentials::kUsername], now);
         return askForLogin(false, now, fields);
     }
     // Who knows the password may try again with another nonce.
@@ -102,22 +136,34 @@ zol::CStr CDigestLogin::prove(const zol::CStr& text) const {
                               : generateAuthKey(m_secret, text, kLoginRealm, m_secret);
 }
 
-bool CDigestLogin::isOurs(const zol::CStr& nonce) const {
+// @return when a nonce was made; 0 when it was not made here
+int64_t CDigestLogin::readStamp(const zol::CStr& nonce) const {
     const int textLength = nonce.getLength() - kDigestLength;
     if (textLength <= 0) {
-        return false;
+        return 0;
     }
     const zol::CStr text(nonce.get(), textLength);
-    return isSameDigest(prove(text), nonce.get() + textLength);
+    return isSameDigest(prove(text), nonce.get() + textLength)
+               ? static_cast<int64_t>(strtoull(nonce.get(), nullptr, 16))
+               : 0;
+}
+
+bool CDigestLogin::isRemembered(const zol::CStr& nonce) const {
+    const int64_t stamp = readStamp(nonce);
+    for (const UsedNonce& used : m_used) {
+        if (stamp > 0 && used.stamp == stamp) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // Counts a request by who knows the password. @return false when its nonce is not good (any more)
 bool CDigestLogin::use(const DigestCredentials& credentials, const zol::CTime& now) {
-    const zol::CStr& nonce = credentials[Credentials::kNonce];
-    if (!isOurs(nonce)) {
+    const int64_t stamp = readStamp(credentials[Credentials::kNonce]);
+    if (stamp == 0) {
         return false;
     }
-    const auto stamp = static_cast<int64_t>(strtoull(nonce.get(), nullptr, 16));
     UsedNonce* const used = zol::CTime(stamp) + kNonceLife < now ? nullptr : findUsed(stamp);
     const uint32_t count = credentials.count > 0 ? credentials.count : kLastCount;
     if (used == nullptr || used->count >= count) {

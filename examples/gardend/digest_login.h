@@ -20,6 +20,33 @@ zol::CStr makeResponse(const DigestCredentials& credentials, const zol::CStr& me
                        const zol::CStr& ha1);
 
 /**
+ * Counts wrong logins, of all clients together. A minute begins with a line in the log, and there
+ * is no other one in it; and it takes a number of wrong logins, and no more.
+ */
+class CWrongLogins {
+  public:
+    static constexpr int kMostInAMinute = 60;
+    static constexpr zol::CTime kMinute = zol::CTime(60000000);
+
+    /** Counts one, by somebody who calls himself by a name that may be anything. */
+    void add(const zol::CStr& name, const zol::CTime& now);
+
+    /** Logs those that the past minute has left over. To be called now and then. */
+    void log(const zol::CTime& now);
+
+    /** @return for how many seconds none is to be answered; 0 when there is no need to wait */
+    int getSecondsToWait(const zol::CTime& now) const;
+
+  private:
+    static constexpr int kNameLength = 32;  // as much of it as is logged
+
+    zol::CTime m_minuteEnd;
+    int m_count = 0;     // in the minute
+    int m_unlogged = 0;  // since the last line
+    char m_lastName[kNameLength + 1] = {};
+};
+
+/**
  * HTTP digest login (RFC 2617, and RFC 7616 as far as that is the same): MD5, with qop=auth and
  * without qop. Passwords do not go over the line; all else does as it is, for everybody to read.
  *
@@ -33,6 +60,9 @@ zol::CStr makeResponse(const DigestCredentials& credentials, const zol::CStr& me
  * gets another one, and need not ask its user.
  *
  * A client without qop does not count: a nonce is good for one of its requests.
+ *
+ * Wrong logins are logged. After some of them in a minute all who log in have to wait for the next
+ * one, right or wrong; but not who is logged in, with a nonce that is remembered.
  */
 class CDigestLogin {
   public:
@@ -49,9 +79,10 @@ class CDigestLogin {
      * Decides whether a request is let in.
      *
      * @param now     by the clock that goes on evenly
-     * @param fields  receives, with 401, the header field that asks for a login
+     * @param fields  receives, with 401, the header field that asks for a login; with 503 it may
+     *                get one that says when to try again
      * @return        0: it is; else the status that says why not: 400 malformed, or for another
-     *                target; 401 who are you? 503 no memory
+     *                target; 401 who are you? 503 no memory, or too many wrong logins
      */
     int check(const HttpRequest& request, const zol::CTime& now, CText& fields);
 
@@ -64,7 +95,8 @@ class CDigestLogin {
 
     int askForLogin(bool isStale, const zol::CTime& now, CText& fields);
     zol::CStr prove(const zol::CStr& text) const;
-    bool isOurs(const zol::CStr& nonce) const;
+    int64_t readStamp(const zol::CStr& nonce) const;
+    bool isRemembered(const zol::CStr& nonce) const;
     bool use(const DigestCredentials& credentials, const zol::CTime& now);
     UsedNonce* findUsed(int64_t stamp);
 
@@ -72,6 +104,7 @@ class CDigestLogin {
     zol::CTab<User> m_users;
     int64_t m_lastStamp = 0;
     UsedNonce m_used[kMostUsed];
+    CWrongLogins m_wrong;
 };
 
 }  // namespace gardend

@@ -3,6 +3,7 @@
 #include "downloads.h"
 
 #include <dirent.h>
+#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
@@ -65,16 +66,39 @@ bool readAddress(const char* path, Address& address) {
 }
 
 // Opens a file that is neither a link to somewhere else nor something that makes us wait.
-// @return -1 when there is none
-int openFile(const char* path, off_t& size) {
-    const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+// @return 0; else what to say
+int openFile(const char* path, int& fd, off_t& size) {
+    fd = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (fd < 0) {
+        return errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? 404 : 503;
+    }
     struct stat status = {};
-    if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
+    const bool isKnown = fstat(fd, &status) == 0;
+    if (!isKnown || !S_ISREG(status.st_mode)) {
         (void)close(fd);
-        return -1;
+        return isKnown ? 404 : 503;
     }
     size = status.st_size;
-    return fd;
+    return 0;
+}
+
+// Finds what to serve of a large file: from the beginning of a line on, where there is one.
+off_t findStart(int fd, off_t size) {
+    const off_t cut = size - CDownloads::kMaxFileSize;
+    if (cut <= 0) {
+        return 0;
+    }
+    char bytes[8192];
+    ssize_t count = 0;
+    // From the byte before, for the cut may be the beginning of a line.
+    for (off_t at = cut - 1; (count = pread(fd, bytes, sizeof(bytes), at)) > 0; at += count) {
+        const void* const end = memchr(bytes, '\n', static_cast<size_t>(count));
+        if (end != nullptr) {
+            const off_t start = at + (static_cast<const char*>(end) - bytes) + 1;
+            return start < size ? start : cut;
+        }
+    }
+    return cut;
 }
 
 void insertSorted(zol::CTab<zol::CStr>& names, const char* name) {
@@ -85,6 +109,9 @@ void insertSorted(zol::CTab<zol::CStr>& names, const char* name) {
     const zol::CStr copy(name);
     if (copy == name) {
         (void)names.insert(index, copy);
+    }
+    if (names.getCount() > CDownloads::kMostFiles) {
+        (void)names.remove(CDownloads::kMostFiles);
     }
 }
 
@@ -104,7 +131,7 @@ zol::CTab<zol::CStr> CDownloads::list() const {
     }
     while (const dirent* const entry = readdir(folder)) {
         struct stat status = {};
-        if (isLogName(entry->d_name) && names.getCount() < kMostFiles &&
+        if (isLogName(entry->d_name) &&
             fstatat(dirfd(folder), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
             S_ISREG(status.st_mode)) {
             insertSorted(names, entry->d_name);
@@ -157,7 +184,7 @@ int CDownloads::check(const char* hash, const char* stamp, const char* name, tim
     return ageSeconds <= m_minutes * 60 ? 0 : 410;
 }
 
-// Reads a file; of a large one the end, from the beginning of a line on.
+// Reads a file; of a large one the end.
 // @return 0; else what to say
 int CDownloads::read(const char* name, CText& content) const {
     CText path;
@@ -165,27 +192,24 @@ int CDownloads::read(const char* name, CText& content) const {
     if (!path.isWhole()) {
         return 503;
     }
+    int fd = -1;
     off_t size = 0;
-    const int fd = openFile(path.get(), size);
-    if (fd < 0) {
-        return 404;
+    const int fault = openFile(path.get(), fd, size);
+    if (fault != 0) {
+        return fault;
     }
-    off_t at = size > kMaxFileSize ? size - kMaxFileSize : 0;
-    bool isInCutLine = at > 0;
+    off_t at = findStart(fd, size);
     char bytes[8192];
     ssize_t count = 0;
-    while (at < size && (count = pread(fd, bytes, sizeof(bytes), at)) > 0) {
-        at += count;
-        const char* begin = bytes;
-        if (isInCutLine) {
-            const void* const end = memchr(bytes, '\n', static_cast<size_t>(count));
-            if (end == nullptr) {
-                continue;
-            }
-            begin = static_cast<const char*>(end) + 1;
-            isInCutLine = false;
+    while (at < size) {
+        // No more than that, should the file grow.
+        const auto wanted = static_cast<size_t>(size - at);
+        count = pread(fd, bytes, wanted < sizeof(bytes) ? wanted : sizeof(bytes), at);
+        if (count <= 0) {
+            break;
         }
-        content.add(begin, static_cast<int>(bytes + count - begin));
+        at += count;
+        content.add(bytes, static_cast<int>(count));
     }
     (void)close(fd);
     return count < 0 ? 503 : 0;

@@ -17,11 +17,12 @@ namespace gardend {
  * a program, or to somebody else.
  *
  * Only files of one folder are served, whose names are those of logs: "moisture.log",
- * "moisture.log.1". Of one that is too large for an answer it is the end.
+ * "moisture.log.1". Of one that is too large for an answer it is the end. An answer is in memory
+ * until the client has taken it, and HttpLoad bounds how many of them are.
  */
 class CDownloads {
   public:
-    static constexpr int kMaxFileSize = 262144;  // bytes that an answer may hold
+    static constexpr int kMaxFileSize = HttpLoad::kLargeAnswer;
     static constexpr int kMostFiles = 16;
     static constexpr int kMaxSkewSeconds = 5;  // that an address may come from the future
 
@@ -34,7 +35,8 @@ class CDownloads {
      */
     void configure(const zol::CStr& key, int minutes, const zol::CStr& folder);
 
-    /** @return the names of the files there are, sorted; without memory some are missing */
+    /** @return the names of the files there are, the first kMostFiles of them, sorted; without
+     *  memory some are missing */
     zol::CTab<zol::CStr> list() const;
 
     /** @return a fresh address for one of list(); empty without memory */
@@ -45,7 +47,7 @@ class CDownloads {
 
     /**
      * Answers with the file. Else 403: the address was not made here, or is from the future; 404:
-     * there is no such file; 410: it is too old; 503: no memory.
+     * there is no such file; 410: it is too old; 503: no memory, or the file cannot be read.
      *
      * @param now  time(2)
      */

@@ -11,8 +11,6 @@ namespace gardend {
 
 namespace {
 
-constexpr int kMaxConnections = 256;
-
 const char* nameOf(int status) {
     switch (status) {
         case 200:
@@ -59,13 +57,26 @@ void addDate(CText& out) {
 
 class CHttpDialog : public CDialog {
   public:
-    CHttpDialog(CHttpServer& server, int fd, IHttpSite& site) : CDialog(server, fd), m_site(site) {}
+    CHttpDialog(CHttpServer& server, int fd, IHttpSite& site, HttpLoad& load)
+        : CDialog(server, fd), m_site(site), m_load(load) {
+        ++m_load.clients;
+    }
+
+    ~CHttpDialog() override {
+        onSent();
+        --m_load.clients;
+    }
 
   protected:
     int take(const char* bytes, int size, CText& answer, bool& last) override;
+    void onSent() override;
 
   private:
+    void admit(HttpAnswer& answer);
+
     IHttpSite& m_site;
+    HttpLoad& m_load;
+    bool m_isLarge = false;  // the answer that is kept
     CHttpParser m_parser;
 };
 
@@ -79,6 +90,7 @@ int CHttpDialog::take(const char* bytes, int size, CText& answer, bool& last) {
     HttpAnswer said;
     if (m_parser.getState() == CHttpParser::kComplete) {
         m_site.answer(request, said);
+        admit(said);
         last = !request.keepAlive;
     } else {
         makeError(m_parser.getError(), said);
@@ -87,6 +99,24 @@ int CHttpDialog::take(const char* bytes, int size, CText& answer, bool& last) {
     writeAnswer(said, request.method.get(), !last, answer);
     m_parser.restart();
     return taken;
+}
+
+// A client may not read it: of large answers there are few at a time.
+void CHttpDialog::admit(HttpAnswer& answer) {
+    if (answer.body.getLength() <= HttpLoad::kSmallAnswer) {
+        return;
+    }
+    if (m_load.large >= HttpLoad::kMostLarge) {
+        makeError(503, answer);
+        return;
+    }
+    ++m_load.large;
+    m_isLarge = true;
+}
+
+void CHttpDialog::onSent() {
+    m_load.large -= m_isLarge ? 1 : 0;
+    m_isLarge = false;
 }
 
 }  // namespace
@@ -114,11 +144,14 @@ void writeAnswer(const HttpAnswer& answer, const char* method, bool keepAlive, C
     }
 }
 
-CHttpServer::CHttpServer(evlp_thread_str* thread, IHttpSite& site, const zol::CTime& timeLimit)
-    : CDialogServer(thread, "http", kMaxConnections, timeLimit), m_site(site) {}
+CHttpServer::CHttpServer(evlp_thread_str* thread, IHttpSite& site, const zol::CTime& timeLimit,
+                         HttpLoad& load)
+    : CDialogServer(thread, "http", HttpLoad::kMostClients, timeLimit),
+      m_site(site),
+      m_load(load) {}
 
 zol::CConnection* CHttpServer::createConnection(int fd) {
-    return new (std::nothrow) CHttpDialog(*this, fd, m_site);
+    return new (std::nothrow) CHttpDialog(*this, fd, m_site, m_load);
 }
 
 }  // namespace gardend

@@ -28,7 +28,7 @@ bool CListeners::open(const zol::CTab<ListenAddress>& addresses, CText& reason) 
         }
         errno = ENOMEM;
         std::unique_ptr<CHttpServer> server(new (std::nothrow)
-                                                CHttpServer(m_thread, m_site, m_timeLimit));
+                                                CHttpServer(m_thread, m_site, m_timeLimit, m_load));
         const bool hasRoom = m_count < before + kMost && m_count < 2 * kMost;
         if (!hasRoom || server == nullptr ||
             !server->openIPv4Socket(address.address, address.port, 1)) {

@@ -21,7 +21,7 @@ class CListeners {
   public:
     static constexpr int kMost = 8;
 
-    /** Parameters as of CHttpServer. */
+    /** Parameters as of CHttpServer. The servers share one HttpLoad. */
     CListeners(evlp_thread_str* thread, IHttpSite& site, const zol::CTime& timeLimit)
         : m_thread(thread), m_site(site), m_timeLimit(timeLimit) {}
 
@@ -51,6 +51,7 @@ class CListeners {
     evlp_thread_str* m_thread;
     IHttpSite& m_site;
     zol::CTime m_timeLimit;
+    HttpLoad m_load;
     Listener m_listeners[2 * kMost];  // old and new ones, in between
     int m_count = 0;
 };

@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/random.h>
+#include <syslog.h>
 
 #include "zol/digest.h"
 
@@ -25,9 +26,15 @@ void seedRandom() {
 
 zol::CStr makeSecret() {
     unsigned char bytes[16];
-    return getrandom(bytes, sizeof(bytes), 0) == sizeof(bytes)
-               ? binary2hexstring(bytes, sizeof(bytes))
-               : zol::CStr();
+    zol::CStr secret;
+    if (getrandom(bytes, sizeof(bytes), 0) == sizeof(bytes)) {
+        secret = binary2hexstring(bytes, sizeof(bytes));
+    }
+    if (!isDigest(secret)) {
+        syslog(LOG_ERR, "no secret is to be had: nobody can log in");
+        return zol::CStr();
+    }
+    return secret;
 }
 
 bool isDigest(const zol::CStr& text) {

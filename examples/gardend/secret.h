@@ -15,7 +15,8 @@ namespace gardend {
  */
 void seedRandom();
 
-/** @return 32 hexadecimal digits that nobody can guess; empty when the system or memory fails */
+/** @return 32 hexadecimal digits that nobody can guess; empty, and that is logged, when the system
+ *  or memory fails */
 zol::CStr makeSecret();
 
 /** @return whether it is of 32 hexadecimal digits, in lowercase: not what is left of a digest

@@ -144,7 +144,11 @@ void addLogs(const CDownloads& downloads, CPage& page) {
     }
     page.markup("<h2>").say(GARDEND_LOGS).markup("</h2>\n<ul>\n");
     for (const zol::CStr& name : names) {
-        page.markup("<li><a href=\"").plain(downloads.makeAddress(name).get()).markup("\">");
+        const zol::CStr address = downloads.makeAddress(name);
+        if (address.isEmpty()) {
+            continue;  // no memory; a link to nowhere would lead back to the page
+        }
+        page.markup("<li><a href=\"").plain(address.get()).markup("\">");
         page.plain(name.get()).markup("</a></li>\n");
     }
     page.markup("</ul>\n");

@@ -216,6 +216,25 @@ TEST(StatusPageFaults, LeaveNothingOutUnnoticed) {
     });
 }
 
+TEST(StatusPageFaults, LinkToADownloadOrLeaveItOut) {
+    const TempDir folder;
+    std::ofstream(folder.file("moisture.log")) << "roses 31.0\n";
+    gardend::CDownloads downloads;
+    downloads.configure("key", 10, folder.path().c_str());
+    gardend::FakeDrivers drivers;
+    const gardend::CGarden garden(drivers.wiring());
+    const gardend::CWateringPlan plan(nullptr);
+    const gardend::CPhrases phrases("en", nullptr);
+    forEachFailingAllocation([&] {
+        gardend::CText page;
+
+        gardend::writeStatusPage(garden, plan, downloads, phrases, page);
+
+        EXPECT_EQ(nullptr, strstr(page.get(), "href=\"\""));
+        EXPECT_TRUE(strstr(page.get(), "href=\"/log/") != nullptr || AllocFaults::hasFailed());
+    });
+}
+
 // Not for leaks: schedules that are withdrawn again leave their records behind.
 TEST(WateringPlanFaults, LeaveThePlanAsItWasOrWithTheNewSchedule) {
     gardend::FakeDrivers drivers;

@@ -494,6 +494,35 @@ TEST_F(GardenSite, ShowsThePageAtItsRoot) {
     EXPECT_THAT(answer.body.get(), StartsWith("<!DOCTYPE html>"));
 }
 
+TEST_F(GardenSite, LetsBrowsersRunAndFetchNothing) {
+    const HttpAnswer answer = ask("GET", "/");
+
+    EXPECT_STREQ("Content-Security-Policy: default-src 'none'; style-src 'unsafe-inline'\r\n",
+                 answer.fields.get());
+    EXPECT_THAT(writtenAnswer(answer, "GET", true),
+                HasSubstr("\r\nX-Content-Type-Options: nosniff\r\n"));
+}
+
+TEST_F(GardenSite, ShowsNamesAsTheyAreWhateverTheyAre) {
+    zol::CTab<ZoneWish> wishes;
+    wishes.append({"<b>\"&'", 0, 200});
+    ASSERT_TRUE(m_garden.add(wishes));
+    m_garden.keep(wishes);
+    look(m_garden);
+    Schedule schedule;
+    schedule.zone = m_garden.findZone("<b>\"&'");
+    schedule.days = kDaily;
+    ASSERT_EQ(1, m_plan.add(schedule));
+
+    const std::string page = ask("GET", "/").body.get();
+    EXPECT_THAT(page, HasSubstr("<tr><td>&#60;b&#62;&#34;&#38;&#39;</td><td>closed</td>"));
+    EXPECT_THAT(page, HasSubstr("<tr><td>&#60;b&#62;&#34;&#38;&#39;</td><td>daily</td>"));
+    EXPECT_THAT(page, Not(HasSubstr("<b>")));
+    const std::string json = ask("GET", "/status.json").body.get();
+    EXPECT_THAT(json, StartsWith("{\"zones\":[{\"name\":\"<b>\\u0022&'\",\"open\":false,"));
+    EXPECT_THAT(json, HasSubstr("{\"number\":1,\"zone\":\"<b>\\u0022&'\",\"days\""));
+}
+
 TEST_F(GardenSite, AnswersHeadAsGet) {
     EXPECT_STREQ(ask("GET", "/").body.get(), ask("HEAD", "/").body.get());
 }

@@ -20,7 +20,7 @@ import unittest
 
 sys.dont_write_bytecode = True  # the sources stay as they are
 import gardend_visit as visit
-from gardend_visit import DEADLINE, Daemon, GardendTest, VirtualTime
+from gardend_visit import DEADLINE, Daemon, GardendTest, VirtualTime, until
 
 LOG = "2026-11-16T06:30:00Z roses opened\n"
 
@@ -88,8 +88,8 @@ class Login(LoginTest):
                 status, fields, body = client.send(head(target)).answer()
                 self.assertEqual((401, b"401 Unauthorized\n"), (status, body))
                 self.assertRegex(fields["www-authenticate"],
-                                 r'\Adigest realm="gardend", nonce="[^"]+", qop="auth", '
-                                 r"algorithm=md5\Z")
+                                 r'\ADigest realm="gardend", nonce="[^"]+", qop="auth", '
+                                 r"algorithm=MD5\Z")
             status, fields, _ = client.send(head("/", method="HEAD")).answer(has_body=False)
             self.assertIn("www-authenticate", fields)
             self.assertEqual(404, client.status(head("/favicon.ico")))
@@ -186,6 +186,23 @@ class Login(LoginTest):
             self.assertEqual(200, client.status(head("/", self.say(unused))))
 
 
+class WrongLogin(LoginTest):
+    def test_has_to_wait_after_sixty_in_a_minute(self):
+        with self.http() as client:
+            nonce = self.nonce(client)
+            self.assertEqual(200, client.status(head("/", self.say(nonce))))
+            wrong = head("/", self.say(nonce, 2, password="Be Prepared"))
+            self.assertEqual([401] * 60, [client.status(wrong) for _ in range(60)])
+            status, fields, _ = client.send(wrong).answer()
+            self.assertEqual(503, status)
+            self.assertRegex(fields["retry-after"], r"\A[1-6]?[0-9]\Z")
+            self.assertEqual(503, client.status(head("/", self.say(self.nonce(client)))))
+            self.assertEqual(200, client.status(head("/", self.say(nonce, 2))))
+        log = self.daemon.read_log()
+        self.assertEqual(1, log.count("wrong logins: "), log)
+        self.assertIn('wrong logins: 1, the last one as "Mufasa"\n', log)
+
+
 class LoginWithCurl(LoginTest):
     def setUp(self):
         if shutil.which("curl") is None:
@@ -240,8 +257,10 @@ class LoginWithChromium(LoginTest):
         self.assertIn("<h1>Der Garten", self.visit("Simba:Hakuna%20Matata", "de"))
 
     def test_shows_nothing_without_the_password(self):
-        self.assertNotIn("roses", self.visit("Mufasa:Hakuna%20Matata"))
         self.assertNotIn("roses", self.visit(""))
+        self.assertNotIn("roses", self.visit("Mufasa:Hakuna%20Matata"))
+        self.assertIn('wrong logins: 1, the last one as "Mufasa"', self.daemon.read_log())
+        self.assertIn("roses", self.visit("Mufasa:Circle%20Of%20Life"))
 
 
 class LoginInVirtualTime(LoginTest, VirtualTime):
@@ -252,10 +271,10 @@ class LoginInVirtualTime(LoginTest, VirtualTime):
     def test_goes_on_with_one_nonce_for_five_minutes(self):
         with self.http() as client:
             nonce = self.nonce(client)
-        self.advance(299)
+        self.advance(300)
         with self.http() as client:
             self.assertEqual(200, client.status(head("/", self.say(nonce, 1))))
-        self.advance(2)
+        self.advance(1)
         with self.http() as client:
             fresh = self.check_stale(client, self.say(nonce, 2))
             self.assertEqual(200, client.status(head("/", self.say(fresh))))
@@ -340,8 +359,21 @@ class Download(DownloadTest):
         status, body = self.get(self.addresses()["large.log"])
         self.assertEqual(200, status)
         self.assertEqual(("0123456789\n", "0123456789\nend\n"), (body[:11], body[-15:]))
-        self.assertLess(262100, len(body))
-        self.assertLessEqual(len(body), 262144)
+        self.assertLess(131000, len(body))
+        self.assertLessEqual(len(body), 131072)
+
+    def test_is_kept_for_four_clients_that_do_not_read(self):
+        self.write("large.log", "x" * 131072)
+        addresses = self.addresses()
+        request = head(addresses["large.log"])
+        clients = [self.http().send(request * 40) for _ in range(4)]
+        until(lambda: self.get(addresses["large.log"])[0] == 503, "clients that are kept waiting")
+        self.assertEqual((200, LOG), self.get(addresses["valves.log"]))
+        for client in clients:
+            for _ in range(40):
+                self.assertIn(client.answer()[0], (200, 503))
+            client.socket.close()
+        self.assertEqual(200, self.get(addresses["large.log"])[0])
 
 
 class DownloadInVirtualTime(DownloadTest, VirtualTime):

@@ -5,12 +5,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/random.h>
+#include <sys/syscall.h>
+#include <syslog.h>
+#include <unistd.h>
+#include <vector>
 
 #include "zol/digest.h"
 
 #include "digest_credentials.h"
 #include "digest_login.h"
 #include "secret.h"
+
+namespace {
+
+bool hasRandomBytes = true;
+
+}  // namespace
+
+// Instead of the system's: so that there may be no random bytes.
+ssize_t getrandom(void* buffer, size_t size, unsigned flags) {
+    return hasRandomBytes ? syscall(SYS_getrandom, buffer, size, flags) : -1;
+}
 
 namespace gardend {
 
@@ -188,9 +204,55 @@ TEST(SameDigest, IsNothingThatIsNoDigest) {
         isSameDigest("6629fae49393a05397450978507c4ef11", "6629fae49393a05397450978507c4ef11"));
 }
 
+TEST(SameDigest, IsNothingOfWhichOneIsTooShort) {
+    const zol::CStr digest("6629fae49393a05397450978507c4ef1");
+    EXPECT_FALSE(isSameDigest(digest, "6629fae49393a05397450978507c4ef"));
+    EXPECT_FALSE(isSameDigest("6629fae49393a05397450978507c4ef", digest));
+    EXPECT_FALSE(isSameDigest(digest, ""));
+    EXPECT_FALSE(isSameDigest("", digest));
+}
+
+TEST(Digest, HasThirtyTwoDigits) {
+    EXPECT_TRUE(isDigest("6629fae49393a05397450978507c4ef1"));
+    EXPECT_FALSE(isDigest("6629fae49393a05397450978507c4ef"));
+    EXPECT_FALSE(isDigest("6629fae49393a05397450978507c4ef11"));
+    EXPECT_FALSE(isDigest("6629fae49393a05397450978507c4efg"));
+}
+
+/** What is logged meanwhile. */
+class Log {
+  public:
+    Log() {
+        openlog("test", LOG_PERROR, LOG_DAEMON);
+        ::testing::internal::CaptureStderr();
+    }
+    ~Log() {
+        (void)::testing::internal::GetCapturedStderr();
+        closelog();
+    }
+    Log(const Log&) = delete;
+    Log& operator=(const Log&) = delete;
+
+    /** @return the lines since the last time */
+    std::string take() {
+        const std::string lines = ::testing::internal::GetCapturedStderr();
+        ::testing::internal::CaptureStderr();
+        return lines;
+    }
+};
+
 TEST(Secret, IsDifferentEachTime) {
     EXPECT_TRUE(isDigest(makeSecret()));
     EXPECT_STRNE(makeSecret().get(), makeSecret().get());
+}
+
+TEST(Secret, ThatCannotBeMadeIsLogged) {
+    Log log;
+    hasRandomBytes = false;
+    EXPECT_TRUE(makeSecret().isEmpty());
+    hasRandomBytes = true;
+
+    EXPECT_EQ("test: no secret is to be had: nobody can log in\n", log.take());
 }
 
 constexpr zol::CTime seconds(int count) {
@@ -406,10 +468,10 @@ TEST_F(Login, IsNotUsedUpByAWrongPassword) {
 TEST_F(Login, IsStaleAfterFiveMinutes) {
     const std::string nonce = this->nonce();
     Reply reply;
-    m_now = seconds(1299);
+    m_now = seconds(1300);
     EXPECT_EQ(0, ask(say(nonce, reply)));
 
-    m_now = seconds(1301);
+    m_now = zol::CTime(1300000001);
     reply.nc = "00000002";
     EXPECT_EQ(401, ask(say(nonce, reply)));
 
@@ -423,8 +485,8 @@ TEST_F(Login, IsStaleWithANonceOfSomebodyElse) {
     damaged[15] = damaged[15] == '0' ? '1' : '0';
     std::string cut = ours.substr(1);
     for (const std::string& nonce :
-         {damaged, cut, ours + "0", "0" + ours, ours.substr(0, 20), std::string("1"), std::string(),
-          std::string("dcd98b7102dd2f0e8b11d0f600bfb0c093")}) {
+         {damaged, cut, ours + "0", "0" + ours, ours.substr(0, 20), ours.substr(0, 31),
+          std::string("1"), std::string(), std::string("dcd98b7102dd2f0e8b11d0f600bfb0c093")}) {
         EXPECT_EQ(401, ask(say(nonce))) << nonce;
         EXPECT_TRUE(isStale()) << nonce;
     }
@@ -486,6 +548,76 @@ TEST_F(Login, NeverTakesAReplayHoweverOldItsNonce) {
         EXPECT_EQ(0, ask(say(nonce())));
         EXPECT_EQ(401, ask(say(old)));
     }
+}
+
+class WrongLogin : public Login {
+  protected:
+    WrongLogin() { m_wrong.password = "wrong"; }
+
+    int guess() { return ask(say(nonce(), m_wrong)); }
+
+    Reply m_wrong;
+};
+
+TEST_F(WrongLogin, IsLoggedOnceAMinute) {
+    Log log;
+    (void)guess();
+    EXPECT_EQ("test: wrong logins: 1, the last one as \"Mufasa\"\n", log.take());
+
+    m_now = seconds(1059);
+    (void)guess();
+    m_wrong.user = "Scar";
+    (void)guess();
+    EXPECT_EQ("", log.take());
+
+    m_now = seconds(1060);
+    (void)nonce();  // anybody's request
+    EXPECT_EQ("test: wrong logins: 2, the last one as \"Scar\"\n", log.take());
+}
+
+TEST_F(WrongLogin, IsNotLoggedOfWhoIsRightOrSaysNothing) {
+    Log log;
+    EXPECT_EQ(0, ask(say(nonce())));
+    EXPECT_EQ(401, ask(say("1")));  // stale
+
+    EXPECT_EQ("", log.take());
+}
+
+TEST(WrongLogins, AreLoggedWithANameThatIsShortAndPrintable) {
+    Log log;
+    CWrongLogins wrong;
+    wrong.add("a\nb\"\xff\x7f 0123456789 0123456789 0123456789", seconds(1));
+
+    EXPECT_EQ("test: wrong logins: 1, the last one as \"a?b??? 0123456789 0123456789 012\"\n",
+              log.take());
+}
+
+TEST_F(WrongLogin, HasToWaitAfterSixtyInAMinute) {
+    for (int i = 0; i < 60; ++i) {
+        EXPECT_EQ(401, guess());
+    }
+    m_now = seconds(1010);
+    EXPECT_EQ(503, guess());
+    EXPECT_EQ("Retry-After: 50\r\n", m_challenge);
+    EXPECT_EQ(503, ask(say(nonce())));  // a good guess is not told either
+
+    m_now = seconds(1060);
+    EXPECT_EQ(401, guess());
+    EXPECT_EQ(0, ask(say(nonce())));
+}
+
+TEST_F(WrongLogin, DisturbsNobodyWhoIsLoggedIn) {
+    const std::string nonce = this->nonce();
+    EXPECT_EQ(0, ask(say(nonce)));
+    for (int i = 0; i < 100; ++i) {
+        (void)guess();
+    }
+    Reply next;
+    next.nc = "00000002";
+    EXPECT_EQ(0, ask(say(nonce, next)));
+
+    next.password = "wrong";
+    EXPECT_EQ(503, ask(say(nonce, next)));
 }
 
 }  // namespace

@@ -140,7 +140,8 @@ class Client:
         lines = self.take_until(b"\r\n\r\n").decode().split("\r\n")
         version, status, _ = lines[0].split(" ", 2)
         assert version == "HTTP/1.1", lines[0]
-        fields = dict(line.lower().split(": ", 1) for line in lines[1:])
+        fields = {name.lower(): value
+                  for name, value in (line.split(": ", 1) for line in lines[1:])}
         length = int(fields["content-length"]) if has_body else 0
         while len(self.pending) < length:
             if not self.receive():
