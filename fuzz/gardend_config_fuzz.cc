@@ -6,6 +6,7 @@
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <string>
 #include <syslog.h>
 
@@ -65,22 +66,53 @@ void follow(const gardend::Configuration& configuration) {
     }
 }
 
+std::unique_ptr<gardend::Configuration> parse(const std::string& text, gardend::CText& complaints) {
+    xbuffer bytes = nullptr;
+    xbuffer_set(&bytes, text.data(), static_cast<int>(text.size()));
+    FILE* const stream = xbuffer_fopen(&bytes, "r");
+    auto configuration = gardend::parseConfiguration(stream, "file", complaints);
+    fclose(stream);
+    xsbuf_free(&bytes);
+    return configuration;
+}
+
+int countComplaints(const gardend::CText& complaints) {
+    const std::string all = complaints.get();
+    int count = 0;
+    for (size_t begin = 0; begin < all.size(); begin = all.find('\n', begin) + 1) {
+        count += all.compare(begin, 5, "file:") == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+// What has been wrong before silences nothing that follows, but where the parser gives up, and
+// where enough has been said. The line between the two ends what is unfinished.
+void checkThatMoreIsSeen(const std::string& text) {
+    constexpr int kMaxComplaints = 20;
+    gardend::CText before;
+    gardend::CText after;
+    (void)parse(text + "\n;\n", before);
+    (void)parse(text + "\n;\nhook \"\";\n", after);
+    const int count = countComplaints(before);
+    const bool hasGivenUp = strstr(before.get(), ": this is nested too deep\n") != nullptr;
+    check(hasGivenUp || count >= kMaxComplaints || countComplaints(after) > count,
+          "a further fault is seen");
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    xbuffer bytes = nullptr;
-    xbuffer_set(&bytes, data, static_cast<int>(size));
-    FILE* const stream = xbuffer_fopen(&bytes, "r");
+    const std::string text(reinterpret_cast<const char*>(data), size);
     gardend::CText complaints;
-    const auto configuration = gardend::parseConfiguration(stream, "file", complaints);
-    fclose(stream);
-    xsbuf_free(&bytes);
+    const auto configuration = parse(text, complaints);
 
     check(complaints.isWhole(), "there is memory");
     check((configuration == nullptr) == !complaints.isEmpty(), "a refusal says why");
     checkComplaints(complaints.get());
     if (configuration != nullptr) {
         follow(*configuration);
+    } else {
+        checkThatMoreIsSeen(text);
     }
     return 0;
 }

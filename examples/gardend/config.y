@@ -123,7 +123,7 @@ statement:
 |   SAMPLE EVERY duration           { builder.set(@3, &Settings::samplePeriod, $3); }
 |   TIME LIMIT duration             { builder.set(@3, &Settings::timeLimit, $3); }
 |   WAIT FOR CLOCK                  { builder.waitForClock(); }
-|   USER TEXT PASSWORD TEXT         { builder.addUser(@2, $2, $4); }
+|   USER TEXT PASSWORD TEXT         { builder.addUser(@2, $2, @4, $4); }
 |   USER TEXT HA1 TEXT              { builder.addUserWithHa1(@2, $2, @4, $4); }
 |   DOWNLOAD KEY TEXT FOR minutes   { builder.setDownloads(@3, $3, $5); }
 |   ZONE name ON LINE NUMBER ',' NUMBER FLOW
@@ -210,7 +210,10 @@ static int yyreport_syntax_error(const yypcontext_t* context, void*,
     const int count = yypcontext_expected_tokens(context, kinds, kMost);
     gardend::CText expected;
     for (int i = 0; i < count; ++i) {
-        expected.add(i == 0 ? "" : i + 1 == count ? " or " : ", ").add(yysymbol_name(kinds[i]));
+        const bool isKeyword = kinds[i] >= YYSYMBOL_ABOVE && kinds[i] <= YYSYMBOL_ZONE;
+        const char* const quote = isKeyword ? "'" : "";
+        expected.add(i == 0 ? "" : i + 1 == count ? " or " : ", ");
+        expected.add(quote).add(yysymbol_name(kinds[i])).add(quote);
     }
     builder.complainAboutToken(*yypcontext_location(context), expected.get());
     return 0;

@@ -15,7 +15,6 @@ namespace {
 
 constexpr int kMaxComplaints = 20;
 constexpr int64_t kDay = 86400000000;  // microseconds
-constexpr int kMaxListeners = 8;
 constexpr char kIndent[] = "    ";
 
 const Term kNoTerm = {nullptr, 0, 0};
@@ -50,6 +49,36 @@ zol::CStr makePrintable(const char* text) {
     }
     xstr_release_buffer(shown.handle(), -1);
     return shown;
+}
+
+bool isQuote(char byte) {
+    return byte == '"' || byte == '\'';
+}
+
+// Adds a line, with a "*" for each character at its beginning, and for each one in quotes: it may
+// be of a password.
+void addWithoutSecrets(const char* line, int hiddenLength, CText& out) {
+    char quote = '\0';
+    for (int i = 0; line[i] != '\0'; ++i) {
+        const char byte = line[i];
+        if (i < hiddenLength || (quote != '\0' && byte != quote)) {
+            out.add(isContinued(byte) ? "" : "*");
+            continue;
+        }
+        out.add(&byte, 1);
+        if (isQuote(byte)) {
+            quote = byte == quote ? '\0' : byte;
+        }
+    }
+}
+
+// Where the front of a line is missing, a text may begin there. @return the length, up to `end`,
+// after which that is over
+int lengthOfTexts(const char* line, int end) {
+    while (end > 0 && !isQuote(line[end - 1])) {
+        --end;
+    }
+    return end;
 }
 
 // Names are words of the control protocol.
@@ -97,8 +126,11 @@ void CConfigurationBuilder::show(const Location& where) {
         return;
     }
     const bool isCut = where.first_column - 1 > begin;
-    m_complaints.add(kIndent).add(isCut ? "..." : "").add(line.get()).add("\n");
-    m_complaints.add(kIndent).add(isCut ? "   " : "");
+    const bool isLost = static_cast<int32_t>(where.token_position) < 0;
+    const int end = isLost ? line.getLength() : begin;  // certainly not within a text
+    m_complaints.add(kIndent).add(isCut ? "..." : "");
+    addWithoutSecrets(line.get(), isCut ? lengthOfTexts(line.get(), end) : 0, m_complaints);
+    m_complaints.add("\n").add(kIndent).add(isCut ? "   " : "");
     for (int i = 0; i < line.getLength(); ++i) {
         if (!isContinued(line.get()[i])) {
             m_complaints.add(i < begin ? " " : i == begin ? "^" : "~");
@@ -109,7 +141,8 @@ void CConfigurationBuilder::show(const Location& where) {
 
 void CConfigurationBuilder::complainAboutToken(const Location& where, const char* expected) {
     const char* const token = where.token_text + positionOf(where);
-    complain(where, "%s is not expected here%s%s", *token == '\0' ? "the end of the file" : token,
+    const char* const name = isQuote(*token) ? "a text in quotes" : token;
+    complain(where, "%s is not expected here%s%s", *token == '\0' ? "the end of the file" : name,
              *expected == '\0' ? "" : ", but ", expected);
 }
 
@@ -244,7 +277,12 @@ void CConfigurationBuilder::setDownloads(const Location& where, const char* key,
     }
 }
 
-void CConfigurationBuilder::addUser(const Location& where, const char* name, const char* password) {
+void CConfigurationBuilder::addUser(const Location& where, const char* name,
+                                    const Location& wherePassword, const char* password) {
+    if (*password == '\0') {
+        complain(wherePassword, "the password must not be empty");
+        return;
+    }
     const zol::CStr texts[] = {name, kLoginRealm, password};
     if (texts[0] != name || texts[1] != kLoginRealm || texts[2] != password) {
         noteMemory(false);  // else it would be the digest of another password
@@ -325,7 +363,7 @@ void CConfigurationBuilder::addRule(const Location& where, const char* name, con
         return;
     }
     const zol::CStr copy(name);
-    noteMemory(copy == name && term.tree != nullptr);
+    noteMemory(copy == name && isMade(term));
     noteMemory(m_target.rules.add(copy, term));
 }
 
@@ -336,7 +374,7 @@ void CConfigurationBuilder::guard(const Location& where, const char* zone, const
         return;
     }
     const zol::CStr copy(zone);
-    noteMemory(copy == zone && term.tree != nullptr);
+    noteMemory(copy == zone && isMade(term));
     noteMemory(m_target.rules.guard(copy, term));
 }
 

@@ -65,7 +65,8 @@ class CConfigurationBuilder {
     void addJob(const Location& where, const char* name, const char* command);
     void waitForClock() { m_target.settings.waitForClock = true; }
     void setDownloads(const Location& where, const char* key, int minutes);
-    void addUser(const Location& where, const char* name, const char* password);
+    void addUser(const Location& where, const char* name, const Location& wherePassword,
+                 const char* password);
     void addUserWithHa1(const Location& where, const char* name, const Location& whereHa1,
                         const char* ha1);
 
@@ -91,6 +92,8 @@ class CConfigurationBuilder {
   private:
     void appendUser(const Location& where, const char* name, const zol::CStr& ha1);
     bool isOnce(const Location& where, bool isFirst);
+    // A term is null for want of memory, or because of something that was complained about.
+    bool isMade(const Term& term) const { return term.tree != nullptr || m_context.error != 0; }
     void show(const Location& where);
 
     const char* m_name;

@@ -183,7 +183,9 @@ bool CDaemon::start() {
     if (!addJobs() || !listenForControl()) {
         return false;
     }
-    m_state.read();
+    if (!m_state.read()) {
+        return false;
+    }
     if (!watchSignals() ||
         !m_garden.start(m_loop.getThread(), m_settings.tick, m_settings.samplePeriod) ||
         !m_plan.start()) {

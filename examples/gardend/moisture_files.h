@@ -5,6 +5,7 @@
 
 #include "zol/str.h"
 
+#include "text.h"
 #include "zone.h"
 
 namespace gardend {
@@ -13,7 +14,7 @@ namespace gardend {
  * Writes all samples of the moisture to files, of which there are some generations: "moisture.log"
  * goes on, and becomes "moisture.log.1" when it is full, as that becomes "moisture.log.2" and so
  * on. A line is "2026-11-16T06:30:00Z roses 31.0"; as long as the clock is not set it begins with
- * the seconds since the start of the system, "+90".
+ * the seconds since the start of the system, "+90". Where it cannot be renamed it begins anew.
  */
 class CMoistureFiles : public ISampleWatcher {
   public:
@@ -28,11 +29,13 @@ class CMoistureFiles : public ISampleWatcher {
     void onSample(const char* zone, int permille) override;
 
   private:
-    void rotate(const char* path) const;
+    bool append(const char* path, const CText& line);
 
     zol::CStr m_folder;
     int m_maxSize;
-    bool m_isWritable = true;  // as far as is known
+    // As far as is known.
+    bool m_isWritable = true;
+    bool m_isRotatable = true;
 };
 
 }  // namespace gardend

@@ -56,7 +56,11 @@ bool readDuration(const char* word, int64_t unitUs, zol::CTime& time) {
     return true;
 }
 
-bool readListen(const char* text, Settings& settings) {
+bool readListen(const char* text, Settings& settings, const char*& fault) {
+    if (settings.listen.getCount() == kMaxListeners) {
+        fault = "one address too many";
+        return false;
+    }
     ListenAddress address;
     return readListenAddress(text, address) && settings.listen.append(address) > 0;
 }
@@ -143,7 +147,7 @@ int readOptions(int argc, char** argv, Options& options) {
                 options.checkOnly = true;
                 break;
             case kListen:
-                good = readListen(optarg, settings);
+                good = readListen(optarg, settings, fault);
                 break;
             case kSocket:
                 good = readPath(optarg, settings.controlPath);

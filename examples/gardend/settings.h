@@ -68,6 +68,8 @@ bool readListenAddress(const char* text, ListenAddress& address);
 /** @return whether it fits into the system's record of a socket path */
 bool isSocketPath(const char* path);
 
+constexpr int kMaxListeners = 8;
+
 constexpr int kMaxName = 31;  // bytes
 
 /** @return whether it is a word of ASCII letters, digits, "-" and "_", and not too long: names of

@@ -31,12 +31,17 @@ namespace gardend {
 
 namespace {
 
+constexpr char kMagic[] = "gardend state";
 constexpr char kFirstLine[] = "gardend state 1";
 constexpr char kDigest[] = "digest ";
 constexpr int kMaxSize = 65536;
 constexpr int kMaxWords = 8;
 constexpr int kMaxRunMinutes = 1440;
 constexpr zol::CTime kDelay(1000000);
+constexpr zol::CTime kDelayAfterFailure(60000000);
+// Of what is read, so that a long time of adding to it does no harm.
+constexpr int64_t kMaxNanolitres = INT64_MAX / 2;
+constexpr int kMaxSamples = INT_MAX / 2;
 
 // Splits a line at its blanks. @return the number of words; kMaxWords + 1 for more
 int split(char* line, const char* (&words)[kMaxWords]) {
@@ -52,12 +57,12 @@ int split(char* line, const char* (&words)[kMaxWords]) {
     return count;
 }
 
-bool readLong(const char* word, int64_t& number) {
+bool readLong(const char* word, int64_t high, int64_t& number) {
     char* end = nullptr;
     errno = 0;
     const long long read = strtoll(word, &end, 10);
     number = read;
-    return *word >= '0' && *word <= '9' && *end == '\0' && errno == 0;
+    return *word >= '0' && *word <= '9' && *end == '\0' && errno == 0 && number <= high;
 }
 
 // ZONE DAYS HH:MM MINUTES
@@ -74,20 +79,18 @@ void addWish(const char* kind, const ScheduleWish& wish, CText& out) {
     out.addFormat(" %02d:%02d %d\n", wish.hour, wish.minute, wish.runMinutes);
 }
 
-// Cuts the last line off. @return whether it is the digest of what is left
-bool takeDigest(char* text) {
+// Cuts the last line off. @return the digest that it says; "" when it says none
+const char* takeDigest(char* text) {
     const size_t length = strlen(text);
     constexpr size_t kLength = sizeof(kDigest) - 1 + 32 + 1;
     if (length < kLength || text[length - 1] != '\n') {
-        return false;
+        return "";
     }
     char* const last = text + length - kLength;
     text[length - 1] = '\0';
-    const zol::CStr said(last);
+    const bool isDigest = strncmp(last, kDigest, sizeof(kDigest) - 1) == 0;
     *last = '\0';
-    zol::CStr expected(kDigest);
-    expected.concat(md5Encode(text).get());
-    return said == expected;
+    return isDigest ? last + sizeof(kDigest) - 1 : "";
 }
 
 // Without it a rename may be forgotten when the power fails.
@@ -102,16 +105,22 @@ void syncFolderOf(const char* path) {
     }
 }
 
-// @return whether the file holds so many bytes, on the disk
-bool sync(const char* path, int size) {
-    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+// @return 0 when the file has got that name, with so many bytes, on the disk; else the errno
+int finish(const char* path, int size, const char* newPath) {
+    const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     struct stat status = {};
-    const bool isWhole =
-        fd >= 0 && fstat(fd, &status) == 0 && status.st_size == size && fsync(fd) == 0;
+    int error = 0;
+    if (fd < 0 || fstat(fd, &status) != 0) {
+        error = errno;
+    } else if (!S_ISREG(status.st_mode) || status.st_size != size) {
+        error = EIO;
+    } else if (fsync(fd) != 0 || rename(path, newPath) != 0) {
+        error = errno;
+    }
     if (fd >= 0) {
         (void)close(fd);
     }
-    return isWhole;
+    return error;
 }
 
 }  // namespace
@@ -122,32 +131,57 @@ CStateFile::CStateFile(const char* path, evlp_thread_str* thread, CGarden& garde
     (void)m_soon.open(thread);  // without it changes are written at once
 }
 
-void CStateFile::read() {
+bool CStateFile::read() {
     struct stat status = {};
-    if (*m_path == '\0' || (stat(m_path, &status) != 0 && errno == ENOENT)) {
-        return;
+    if (*m_path == '\0') {
+        return true;
     }
-    const bool isFile = S_ISREG(status.st_mode) && status.st_size < kMaxSize;
-    const std::unique_ptr<char[]> text(isFile ? new (std::nothrow) char[kMaxSize] : nullptr);
-    const bool isGood = text != nullptr &&
-                        zol::CFileUtil::readFile(m_path, text.get(), kMaxSize) == 0 &&
-                        strlen(text.get()) == static_cast<size_t>(status.st_size) &&
-                        takeDigest(text.get()) && readLines(text.get());
-    if (!isGood) {
-        putAside();
+    if (stat(m_path, &status) != 0) {
+        return errno == ENOENT || refuse(strerror(errno));
     }
+    if (!S_ISREG(status.st_mode)) {
+        return refuse("it is not a file");
+    }
+    const std::unique_ptr<char[]> text(new (std::nothrow) char[kMaxSize]);
+    errno = ENOMEM;
+    if (text == nullptr || zol::CFileUtil::readFile(m_path, text.get(), kMaxSize) != 0) {
+        return refuse(strerror(errno));
+    }
+    if (strncmp(text.get(), kMagic, sizeof(kMagic) - 1) != 0) {
+        return refuse("it is not a state of gardend");
+    }
+    const bool isWhole = strlen(text.get()) == static_cast<size_t>(status.st_size);
+    const char* const said = takeDigest(text.get());
+    zol::CStr copy(text.get());
+    const zol::CStr digest = md5Encode(copy);
+    if (digest.isEmpty() || copy != text.get()) {
+        return refuse("no memory");
+    }
+    // All lines are checked before the first one counts.
+    if (!isWhole || digest != said || !readLines(xstr_get_buffer(copy.handle(), 0), false)) {
+        return putAside();
+    }
+    return readLines(text.get(), true);
 }
 
-// Also what could not be read for another reason: the next write would replace it.
-void CStateFile::putAside() {
+bool CStateFile::refuse(const char* fault) const {
+    syslog(LOG_ERR, "the state file %s cannot be read: %s", m_path, fault);
+    (void)fprintf(stderr, "gardend: the state file %s cannot be read: %s\n", m_path, fault);
+    return false;
+}
+
+bool CStateFile::putAside() const {
     CText aside;
     aside.add(m_path).add(".bad");
-    const bool isAside = aside.isWhole() && rename(m_path, aside.get()) == 0;
-    syslog(LOG_ERR, "%s is damaged, or not from gardend: %s", m_path,
-           isAside ? "it is put aside as .bad" : strerror(errno));
+    errno = ENOMEM;
+    if (!aside.isWhole() || rename(m_path, aside.get()) != 0) {
+        return refuse(strerror(errno));
+    }
+    syslog(LOG_ERR, "%s is damaged: it is put aside as .bad", m_path);
+    return true;
 }
 
-bool CStateFile::readLines(char* text) {
+bool CStateFile::readLines(char* text, bool isApplied) {
     char* rest = text;
     const char* const first = strsep(&rest, "\n");
     bool isGood = strcmp(first, kFirstLine) == 0 && rest != nullptr;
@@ -155,39 +189,42 @@ bool CStateFile::readLines(char* text) {
         const char* words[kMaxWords];
         const int count = split(strsep(&rest, "\n"), words);
         if (count == kMaxWords && strcmp(words[0], "zone") == 0) {
-            isGood = readZone(words + 1);
+            isGood = readZone(words + 1, isApplied);
         } else if (count == 5 && strcmp(words[0], "schedule") == 0) {
-            isGood = readSchedule(words + 1);
+            isGood = readSchedule(words + 1, isApplied);
         } else {
-            isGood = count == 5 && strcmp(words[0], "without") == 0 && readWithdrawn(words + 1);
+            isGood = count == 5 && strcmp(words[0], "without") == 0 &&
+                     readWithdrawn(words + 1, isApplied);
         }
     }
     return isGood;
 }
 
-bool CStateFile::readZone(const char* const* words) {
+bool CStateFile::readZone(const char* const* words, bool isApplied) {
     int64_t nanolitres = 0;
     int64_t sum = 0;
     int day = 0;
     int count = 0;
     int lowest = 0;
     int highest = 0;
-    if (!readLong(words[1], nanolitres) || !readNumber(words[2], 0, INT_MAX, day) ||
-        !readNumber(words[3], 0, INT_MAX, count) || !readLong(words[4], sum) ||
-        !readNumber(words[5], 0, 1000, lowest) || !readNumber(words[6], 0, 1000, highest)) {
+    if (!readLong(words[1], kMaxNanolitres, nanolitres) || !readNumber(words[2], 0, INT_MAX, day) ||
+        !readNumber(words[3], 0, kMaxSamples, count) ||
+        !readLong(words[4], int64_t{1000} * count, sum) || !readNumber(words[5], 0, 1000, lowest) ||
+        !readNumber(words[6], 0, 1000, highest)) {
         return false;
     }
     CZone* const zone = m_garden.findZone(words[0]);
-    if (zone != nullptr) {
+    if (isApplied && zone != nullptr) {
         zone->restore(nanolitres, CMoistureLog(day, count, sum, lowest, highest));
     }
     return true;
 }
 
-bool CStateFile::readSchedule(const char* const* words) {
+bool CStateFile::readSchedule(const char* const* words, bool isApplied) {
     ScheduleWish wish;
-    if (!readWish(words, wish)) {
-        return false;
+    const bool isGood = readWish(words, wish);
+    if (!isGood || !isApplied) {
+        return isGood;
     }
     CZone* const zone = m_garden.findZone(wish.zone.get());
     if (zone == nullptr) {
@@ -198,10 +235,11 @@ bool CStateFile::readSchedule(const char* const* words) {
     return true;
 }
 
-bool CStateFile::readWithdrawn(const char* const* words) {
+bool CStateFile::readWithdrawn(const char* const* words, bool isApplied) {
     ScheduleWish wish;
-    if (!readWish(words, wish)) {
-        return false;
+    const bool isGood = readWish(words, wish);
+    if (!isGood || !isApplied) {
+        return isGood;
     }
     for (const Schedule& schedule : m_plan.getSchedules()) {
         if (schedule.isConfigured && isOf(schedule, wish)) {
@@ -212,12 +250,15 @@ bool CStateFile::readWithdrawn(const char* const* words) {
 }
 
 void CStateFile::touch() {
-    if (*m_path != '\0' && !m_isWaiting) {
-        m_isWaiting = m_soon.add(kDelay) == 0;
-        if (!m_isWaiting) {
-            write();
-        }
+    if (*m_path != '\0' && !wait(kDelay)) {
+        write();
     }
+}
+
+// @return whether a time to write has been set, or was set before
+bool CStateFile::wait(const zol::CTime& delay) {
+    m_isWaiting = m_isWaiting || m_soon.add(delay) == 0;
+    return m_isWaiting;
 }
 
 void CStateFile::onTime(int) {
@@ -229,15 +270,24 @@ void CStateFile::write() {
     if (*m_path == '\0') {
         return;
     }
+    const int error = tryToWrite();
+    if (error != 0) {
+        if (m_isWritable) {
+            syslog(LOG_ERR, "%s cannot be written: %s", m_path, strerror(error));
+        }
+        (void)wait(kDelayAfterFailure);  // or for the next change
+    } else if (!m_isWritable) {
+        syslog(LOG_NOTICE, "%s is written again", m_path);
+    }
+    m_isWritable = error == 0;
+}
+
+int CStateFile::tryToWrite() const {
     CText text;
     addLines(text);
-    const zol::CStr digest = md5Encode(text.get());
+    const zol::CStr digest = md5Encode(text.getStr());
     text.add(kDigest).add(digest.get()).add("\n");
-    const bool isWritten = text.isWhole() && !digest.isEmpty() && replaceFile(text);
-    if (!isWritten && m_isWritable) {
-        syslog(LOG_ERR, "%s cannot be written: %s", m_path, strerror(errno));
-    }
-    m_isWritable = isWritten;
+    return text.isWhole() && !digest.isEmpty() ? replaceFile(text) : ENOMEM;
 }
 
 void CStateFile::addLines(CText& out) const {
@@ -258,17 +308,28 @@ void CStateFile::addLines(CText& out) const {
     }
 }
 
-// Whoever reads sees the old file or the new one, whatever happens. That writeFile() could not open
-// its file shows only in what is there afterwards.
-bool CStateFile::replaceFile(const CText& text) const {
+// Whoever reads sees the old file or the new one, whatever happens. Nothing that stands in the way
+// of the new one is written to. That writeFile() could not open its file shows only in what is
+// there afterwards, and in errno.
+int CStateFile::replaceFile(const CText& text) const {
     CText path;
     path.add(m_path).add(".new");
-    if (!path.isWhole() || zol::CFileUtil::writeFile(path.get(), text.get(), 0) != 0 ||
-        !sync(path.get(), text.getLength()) || rename(path.get(), m_path) != 0) {
-        return false;
+    if (!path.isWhole()) {
+        return ENOMEM;
+    }
+    if (unlink(path.get()) != 0 && errno != ENOENT) {
+        return errno;
+    }
+    errno = 0;
+    const int closed = zol::CFileUtil::writeFile(path.get(), text.get(), 0);
+    const int writeError = errno;
+    const int error = closed == 0 ? finish(path.get(), text.getLength(), m_path) : EIO;
+    if (error != 0) {
+        (void)unlink(path.get());
+        return (error == EIO || error == ENOENT) && writeError != 0 ? writeError : error;
     }
     syncFolderOf(m_path);
-    return true;
+    return 0;
 }
 
 }  // namespace gardend

@@ -17,8 +17,7 @@ namespace gardend {
  * hand, and what each zone has delivered and has sampled today.
  *
  * The file is a text of lines, of which the last one is a digest of all others; it is replaced as a
- * whole. One that is damaged, or that is something else, is renamed and does no harm. The loop's
- * thread.
+ * whole. One that is damaged is renamed, and does no harm. The loop's thread.
  */
 class CStateFile : public zol::CEventDest<CStateFile, void> {
   public:
@@ -28,24 +27,33 @@ class CStateFile : public zol::CEventDest<CStateFile, void> {
      */
     CStateFile(const char* path, evlp_thread_str* thread, CGarden& garden, CWateringPlan& plan);
 
-    /** Reads the file into a garden and a plan that have been configured. What is no longer there
-     *  is forgotten. */
-    void read();
+    /**
+     * Reads the file into a garden and a plan that have been configured. What is no longer there is
+     * forgotten.
+     *
+     * @return false, with a complaint in the log and on the standard error, when there is something
+     *         that is not a state, or cannot be read: nothing has changed, and nothing must be
+     *         written, for that would replace it
+     */
+    bool read();
 
     /** Something has changed: writes the file within a second. */
     void touch();
 
-    /** Writes the file now, and logs a failure. */
+    /** Writes the file now. A failure is logged, and it is tried again after a minute. */
     void write();
 
   private:
-    bool readLines(char* text);
-    bool readZone(const char* const* words);
-    bool readSchedule(const char* const* words);
-    bool readWithdrawn(const char* const* words);
-    void putAside();
+    bool refuse(const char* fault) const;
+    bool readLines(char* text, bool isApplied);
+    bool readZone(const char* const* words, bool isApplied);
+    bool readSchedule(const char* const* words, bool isApplied);
+    bool readWithdrawn(const char* const* words, bool isApplied);
+    bool putAside() const;
+    int tryToWrite() const;
     void addLines(CText& out) const;
-    bool replaceFile(const CText& text) const;
+    int replaceFile(const CText& text) const;
+    bool wait(const zol::CTime& delay);
     void onTime(int);
 
     const char* m_path;

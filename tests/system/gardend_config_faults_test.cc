@@ -6,6 +6,7 @@
 #include <string>
 
 #include "zol/buffer.h"
+#include "zol/file.h"
 
 #include "configuration.h"
 #include "gardend_drivers.h"
@@ -138,20 +139,56 @@ TEST(StateFaults, LeaveTheOldFileOrTheNewOne) {
     const std::string path = folder.file("state");
     FakeDrivers drivers;
     FourZones garden(drivers.wiring());
+    CZone& roses = *garden.findZone("roses");
+    zol::CEventLoop loop;
+    CWateringPlan plan(nullptr);
+    const std::string nowhere = folder.file("nowhere/state");
+    CStateFile(nowhere.c_str(), loop.getThread(), garden, plan).write();  // the log allocates once
+    CStateFile state(path.c_str(), loop.getThread(), garden, plan);
+    state.write();
+    bool failed = true;
+    int64_t old = 0;
+    for (int nth = 1; failed; ++nth) {
+        roses.restore(nth, {});
+        const long before = AllocFaults::liveBlocks();
+
+        AllocFaults::failNth(nth);
+        state.write();
+        failed = AllocFaults::hasFailed();
+        AllocFaults::failNth(0);
+
+        EXPECT_EQ(before, AllocFaults::liveBlocks()) << "allocation no. " << nth;
+        EXPECT_TRUE(state.read());
+        EXPECT_FALSE(zol::CFileUtil::fileExists((path + ".bad").c_str()));
+        EXPECT_FALSE(zol::CFileUtil::fileExists((path + ".new").c_str()));
+        EXPECT_TRUE(roses.getNanolitres() == nth || (failed && roses.getNanolitres() == old));
+        old = roses.getNanolitres();
+    }
+}
+
+TEST(StateFaults, LeaveAFileThatCannotBeRead) {
+    const TempDir folder;
+    const std::string path = folder.file("state");
+    FakeDrivers drivers;
+    FourZones garden(drivers.wiring());
     zol::CEventLoop loop;
     CWateringPlan plan(nullptr);
     CStateFile state(path.c_str(), loop.getThread(), garden, plan);
+    garden.findZone("roses")->restore(7, {});
     state.write();
+    bool failed = true;
+    for (int nth = 1; failed; ++nth) {
+        garden.findZone("roses")->restore(0, {});
 
-    forEachFailingAllocation([&] {
-        garden.findZone("roses")->restore(garden.findZone("roses")->getNanolitres() + 1, {});
-        state.write();
-    });
-    const int64_t delivered = garden.findZone("roses")->getNanolitres();
-    garden.findZone("roses")->restore(0, {});
-    state.read();
+        AllocFaults::failNth(nth);
+        const bool isRead = state.read();
+        failed = AllocFaults::hasFailed();
+        AllocFaults::failNth(0);
 
-    EXPECT_EQ(delivered, garden.findZone("roses")->getNanolitres());
+        EXPECT_EQ(isRead ? 7 : 0, garden.findZone("roses")->getNanolitres());
+        EXPECT_TRUE(isRead || failed);
+        EXPECT_TRUE(zol::CFileUtil::fileExists(path.c_str()));
+    }
 }
 
 }  // namespace

@@ -266,13 +266,32 @@ class StateFile(Configured):
 
     def test_that_is_damaged_is_put_aside(self):
         with open(self.file("state"), "wb") as file:
-            file.write(os.urandom(5000))
+            file.write(b"gardend state" + os.urandom(5000))
 
         self.restart_after_kill()
 
-        self.assertEqual(5000, os.path.getsize(self.file("state.bad")))
+        self.assertEqual(5013, os.path.getsize(self.file("state.bad")))
         self.assertIn("it is put aside as .bad", self.daemon.read_log())
         self.assertEqual("1 roses mon,wed 06:30 20\n", self.schedules())
+
+
+class StateFileOfSomebodyElse(unittest.TestCase):
+    def test_is_left_alone(self):
+        with tempfile.TemporaryDirectory(prefix="gardend-") as folder:
+            path = os.path.join(folder, "garden.conf")
+            text = GARDEN + "state file '%s';" % path  # itself
+            with open(path, "w") as file:
+                file.write(text)
+            done = subprocess.run(
+                [*visit.WRAPPER, os.path.join(visit.PROGRAMS, "gardend"), "--config", path,
+                 "--listen", "127.0.0.1:0", "--socket", path + ".sock"],
+                stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8", timeout=DEADLINE,
+                check=False)
+            with open(path) as file:
+                self.assertEqual(text, file.read())
+        self.assertEqual((1, ""), (done.returncode, done.stdout))
+        self.assertIn("gardend: the state file %s cannot be read: it is not a state of gardend\n"
+                      % path, done.stderr)
 
 
 class MoistureLogs(Configured):
@@ -351,6 +370,11 @@ class Check(unittest.TestCase):
         self.assertEqual(
             (1, "", self.path + ":1:1: lawn is not expected here\n    lawn\n    ^~~~\n"),
             self.check("lawn;" + GARDEN))
+
+    def test_counts_the_addresses_of_the_command_line(self):
+        addresses = ["--listen=127.0.0.1:%d" % port for port in range(1, 10)]
+        self.assertEqual((2, "", "gardend: --listen: one address too many: 127.0.0.1:9\n"),
+                         self.check(GARDEN, "--check", *addresses))
 
     def test_comes_before_every_start(self):
         status, output, complaint = self.check("lawn;" + GARDEN, "--socket", self.path + ".sock")

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // Configuration files: what is read from them, and how complaints about them look.
 
+#include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -204,13 +205,13 @@ TEST_F(Complaint, GoesToTheLogAsOneLine) {
 
 TEST_F(Complaint, SaysWhatCouldStandThereWhereThatIsLittle) {
     EXPECT_EQ(
-        "garden.conf:3:13: daily is not expected here, but socket\n"
+        "garden.conf:3:13: daily is not expected here, but 'socket'\n"
         "    control     daily\n"
         "                ^~~~~\n",
         complaintAbout("control     daily;"));
-    EXPECT_EQ("at is not expected here, but on", faultOf("zone hedge at 3;"));
+    EXPECT_EQ("at is not expected here, but 'on'", faultOf("zone hedge at 3;"));
     EXPECT_EQ("10 is not expected here, but a time", faultOf("water lawn daily at 10;"));
-    EXPECT_EQ("hours is not expected here, but minutes, ms or seconds",
+    EXPECT_EQ("hours is not expected here, but 'minutes', 'ms' or 'seconds'",
               faultOf("tick every 3 hours;"));
     EXPECT_EQ("lawn is not expected here", faultOf("lawn;"));
 }
@@ -230,6 +231,19 @@ TEST_F(Complaint, IsMadeOfEveryFault) {
                        "water ivy daily at 06:30 for 10 minutes;\n"
                        "water lawn daily at 07:75 for 10 minutes;\n"));
     EXPECT_EQ(nullptr, read);
+}
+
+TEST_F(Complaint, IsMadeOfWhatFollowsARuleThatIsNoGood) {
+    complaintAbout(
+        "rule a = nope;\n"
+        "water lawn only when a or not nope;\n"
+        "hook \"\";\n"
+        "zone lawn on line 2, 1 ml/s;\n");
+
+    ASSERT_EQ(4U, log.lines().size());
+    EXPECT_THAT(said, HasSubstr("garden.conf:3:10: there is no rule nope above\n"));
+    EXPECT_THAT(said, HasSubstr("garden.conf:5:6: this must not be empty\n"));
+    EXPECT_THAT(said, HasSubstr("garden.conf:6:6: there is a zone lawn already\n"));
 }
 
 TEST_F(Complaint, IsMadeOnceALineAndTwentyTimesAFile) {
@@ -252,7 +266,7 @@ TEST_F(Complaint, SaysThatTheFileEndsTooEarly) {
         "    wait for clock\n"
         "                  ^\n",
         complaintAbout("wait for clock"));
-    EXPECT_EQ("garden.conf:4:1: the end of the file is not expected here, but for\n",
+    EXPECT_EQ("garden.conf:4:1: the end of the file is not expected here, but 'for'\n",
               complaintAbout("wait\n"));
 }
 
@@ -283,19 +297,41 @@ TEST_F(Complaint, IsAboutAllPartsOfAThing) {
 TEST_F(Complaint, IsFreeOfBytesThatCommandATerminal) {
     EXPECT_EQ(
         "garden.conf:3:7: there is no zone ?[31m?? above\n"
-        "    water \"?[31m??\"\n"
+        "    water \"*******\"\n"
         "          ^~~~~~~~~\n",
         complaintAbout("water \"\x1b[31m\x7f\x9b\" daily at 06:30 for 1 minute;"));
 }
 
 TEST_F(Complaint, IsNotAFormat) {
-    complaintAbout("'%n%s%1$s';");
+    complaintAbout("water '%n%s%1$s' daily at 06:30 for 1 minute;");
 
     ASSERT_EQ(1U, log.lines().size());
     EXPECT_EQ(
-        "configuration parser (line=3, col=1): garden.conf: up to 3 10 - "
-        "'%n%s%1$s' is not expected here",
+        "configuration parser (line=3, col=7): garden.conf: up to 3 16 - "
+        "there is no zone %n%s%1$s above",
         log.lines()[0].text);
+}
+
+TEST_F(Complaint, TellsNoTexts) {
+    EXPECT_EQ(
+        "garden.conf:3:30: a text in quotes is not expected here, but ';'\n"
+        "    user '*' password \"******\" '*****'\n"
+        "                               ^~~~~~~\n",
+        complaintAbout("user 'a' password \"Größe'\" 'b\"cdü';"));
+    EXPECT_EQ(
+        "garden.conf:3:20: this text does not end\n"
+        "    user '*' password  \"*******\n"
+        "                       ^~~~~~~~\n",
+        complaintAbout("user 'a' password  \"secret;"));
+}
+
+TEST_F(Complaint, TellsNoEndOfATextThatBeginsBeforeWhatItShows) {
+    EXPECT_EQ(
+        "garden.conf:3:95: on is not expected here, but ';'\n"
+        "    ...******************************************************** on\n"
+        "                                                                ^~\n",
+        complaintAbout("user 'anna' password \"It's a secret of more than sixty letters, "
+                       "which I shall tell to nobody\" on;"));
 }
 
 TEST_F(Complaint, IsMadeOfBytesThatMeanNothing) {
@@ -378,6 +414,7 @@ TEST_F(Complaint, IsMadeOfSettings) {
               faultOf("user 'anna' ha1 '939E7578ED9E3C518A452ACEE763BCE9';"));
     EXPECT_EQ("a user's name is a text without colon, quotes and backslash",
               faultOf("user 'a:b' password 'c';"));
+    EXPECT_EQ("the password must not be empty", faultOf("user 'anna' password '';"));
     EXPECT_EQ("the key must not be empty", faultOf("download key '' for 1 minute;"));
 }
 
@@ -459,6 +496,17 @@ TEST_F(FileOnDisk, MustNotBeLarge) {
 
     EXPECT_EQ(folder.file("a") + " cannot be read: it is too large\n",
               complaintAbout(folder.file("a")));
+}
+
+TEST_F(FileOnDisk, MustBeReadToItsEnd) {
+    std::ofstream(folder.file("a")) << kZones;
+    FILE* const unreadable = fdopen(open(folder.file("a").c_str(), O_WRONLY), "w");
+    CText complaints;
+
+    EXPECT_EQ(nullptr, parseConfiguration(unreadable, "a", complaints));
+
+    EXPECT_THAT(complaints.get(), StartsWith("a:1:1: the file could not be read to its end\n"));
+    fclose(unreadable);
 }
 
 TEST_F(FileOnDisk, MayBeTheSample) {

@@ -7,10 +7,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <string.h>
 #include <string>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <unistd.h>
 #include <vector>
+
+#include "zol/digest.h"
 
 #include "gardend_drivers.h"
 #include "moisture_files.h"
@@ -28,6 +32,11 @@ using ::testing::HasSubstr;
 std::string readFile(const std::string& path) {
     std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool exists(const std::string& path) {
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0;
 }
 
 zol::CTab<ScheduleWish> twoWishes() {
@@ -197,7 +206,7 @@ TEST_F(State, ThatIsDamagedIsPutAside) {
         life.state.write();
     }
     const std::string whole = readFile(path);
-    for (size_t i = 0; i < whole.size(); ++i) {
+    for (size_t i = strlen("gardend state"); i < whole.size(); ++i) {
         std::string damaged = whole;
         damaged[i] = static_cast<char>(damaged[i] ^ 1);
         for (const std::string& text : {damaged, whole.substr(0, i)}) {
@@ -205,29 +214,106 @@ TEST_F(State, ThatIsDamagedIsPutAside) {
             std::ofstream(path) << text;
             Life life(path);
 
-            life.state.read();
+            EXPECT_TRUE(life.state.read());
 
             ASSERT_EQ("1 roses; 2 lawn; ", life.list()) << text;
             ASSERT_EQ(text, readFile(path + ".bad"));
-            ASSERT_THAT(noticed(),
-                        ElementsAre(SyslogCapture::Line{
-                            LOG_ERR, path + " is damaged, or not from gardend: it is put aside "
-                                            "as .bad"}));
+            ASSERT_THAT(noticed(), ElementsAre(SyslogCapture::Line{
+                                       LOG_ERR, path + " is damaged: it is put aside as .bad"}));
         }
     }
 }
 
-TEST_F(State, ThatIsSomethingElseIsPutAside) {
+TEST_F(State, ThatIsSomethingElseIsLeftAlone) {
+    for (const std::string text : {"", "gardend stat", "zone lawn on line 0, 200 ml/s;\n"}) {
+        log.clear();
+        std::ofstream(path) << text;
+        Life life(path);
+
+        EXPECT_FALSE(life.state.read());
+
+        EXPECT_EQ(text, readFile(path));
+        EXPECT_THAT(noticed(),
+                    ElementsAre(SyslogCapture::Line{LOG_ERR, "the state file " + path +
+                                                                 " cannot be read: it is not a "
+                                                                 "state of gardend"}));
+    }
+}
+
+TEST_F(State, ThatIsNotAFileIsLeftAlone) {
+    EXPECT_FALSE(Life(folder.path()).state.read());
+    EXPECT_FALSE(Life("/dev/null").state.read());
+    const std::string fifo = folder.file("fifo");
+    ASSERT_EQ(0, mkfifo(fifo.c_str(), 0600));
+    EXPECT_FALSE(Life(fifo).state.read());
+    std::ofstream(folder.file("file")) << "x";
+    EXPECT_FALSE(Life(folder.file("file") + "/state").state.read());
+    EXPECT_FALSE(exists(folder.path() + ".bad"));
+    EXPECT_FALSE(exists(fifo + ".bad"));
+}
+
+// The digests are right: somebody has made these files.
+TEST_F(State, WithALineThatIsNoGoodDoesNotCountAtAll) {
+    const char* const kBadLines[] = {
+        "zone roses 9223372036854775807 1 1 1 1 1\n",
+        "zone roses 1 1 2147483647 1 1 1\n",
+        "zone roses 1 1 1 9223372036854775807 1 1\n",
+        "schedule hedge daily 24:00 7\n",
+        "nonsense\n",
+    };
+    for (const char* const line : kBadLines) {
+        const std::string text =
+            std::string("gardend state 1\nschedule hedge daily 05:00 7\n") + line;
+        std::ofstream(path) << text << "digest " << md5Encode(text.c_str()).get() << "\n";
+        Life life(path);
+
+        EXPECT_TRUE(life.state.read());
+
+        EXPECT_EQ("1 roses; 2 lawn; ", life.list()) << line;
+        EXPECT_TRUE(exists(path + ".bad"));
+        EXPECT_FALSE(exists(path));
+    }
+}
+
+TEST_F(State, IsNotWrittenToWhatIsInItsWay) {
+    const std::string other = folder.file("other");
+    std::ofstream(other) << "precious";
+    ASSERT_EQ(0, symlink(other.c_str(), (path + ".new").c_str()));
+    Life life(path);
+
+    life.state.write();
+
+    EXPECT_EQ("precious", readFile(other));
+    EXPECT_THAT(readFile(path), HasSubstr("gardend state 1\n"));
+    ASSERT_EQ(0, mkfifo((path + ".new").c_str(), 0600));
+    life.state.write();
+    EXPECT_THAT(readFile(path), HasSubstr("gardend state 1\n"));
+    EXPECT_FALSE(exists(path + ".new"));
+}
+
+TEST_F(State, TellsWhenItIsWrittenAgain) {
+    path = folder.file("later/state");
+    Life life(path);
+    life.state.write();
+    log.clear();
+    ASSERT_EQ(0, mkdir(folder.file("later").c_str(), 0700));
+
+    life.state.write();
+    life.state.write();
+
+    EXPECT_THAT(noticed(),
+                ElementsAre(SyslogCapture::Line{LOG_NOTICE, path + " is written again"}));
+}
+
+TEST_F(State, LeavesNothingBehindWhereItCannotBeWritten) {
     ASSERT_EQ(0, mkdir(path.c_str(), 0700));
     Life life(path);
 
-    life.state.read();
     life.state.write();
 
-    EXPECT_THAT(readFile(path), HasSubstr("gardend state 1\n"));
-    struct stat status = {};
-    EXPECT_EQ(0, stat((path + ".bad").c_str(), &status));
-    EXPECT_TRUE(S_ISDIR(status.st_mode));
+    EXPECT_THAT(noticed(), ElementsAre(SyslogCapture::Line{
+                               LOG_ERR, path + " cannot be written: Is a directory"}));
+    EXPECT_FALSE(exists(path + ".new"));
 }
 
 TEST_F(State, ThatCannotBeWrittenIsLoggedOnce) {
@@ -286,6 +372,36 @@ TEST_F(Samples, ThatCannotBeWrittenAreLoggedOnce) {
     EXPECT_THAT(noticed(),
                 ElementsAre(SyslogCapture::Line{
                     LOG_ERR, folder.file("nowhere/moisture.log") + " cannot be written"}));
+}
+
+TEST_F(Samples, BeginTheFileAnewWhereItCannotBeRenamed) {
+    path = folder.file("moisture.log");
+    ASSERT_EQ(0, mkdir((path + ".1").c_str(), 0700));
+    std::ofstream(path + ".2") << "x";
+    ASSERT_EQ(0, mkdir((path + ".3").c_str(), 0700));
+    CMoistureFiles files(1);
+    files.setFolder(folder.path().c_str());
+
+    for (int i = 1; i <= 3; ++i) {
+        files.onSample("roses", i);
+    }
+
+    EXPECT_THAT(readFile(path), ::testing::EndsWith(" roses 0.3\n"));
+    EXPECT_THAT(readFile(path), ::testing::Not(HasSubstr(" roses 0.2\n")));
+    EXPECT_THAT(noticed(), ElementsAre(SyslogCapture::Line{
+                               LOG_ERR, path + " cannot be renamed: it begins anew"}));
+}
+
+TEST_F(Samples, DoNotWaitForWhatIsNotAFile) {
+    path = folder.file("moisture.log");
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    CMoistureFiles files;
+    files.setFolder(folder.path().c_str());
+
+    files.onSample("roses", 310);
+    files.onSample("roses", 310);
+
+    EXPECT_THAT(noticed(), ElementsAre(SyslogCapture::Line{LOG_ERR, path + " cannot be written"}));
 }
 
 TEST_F(Samples, GoNowhereWithoutAFolder) {
