@@ -163,9 +163,13 @@ class Reload(Configured):
         self.assertEqual(["lawn", "roses", "z49"], self.names())
 
     def test_without_descriptors_changes_nothing(self):
-        # Once before: sanitizers need descriptors when they see something for the first time.
+        # All once before, a tick included: sanitizers need descriptors when they see something for
+        # the first time.
         self.hang_up(GARDEN, "the configuration has been read again")
         self.hang_up("", "the configuration stays as it was")
+        self.assertEqual((0, "", ""), self.gardenctl("open", "lawn"))
+        until(lambda: self.json()["zones"][0]["litres"] > 0, "a tick")
+        self.assertEqual((0, "", ""), self.gardenctl("close", "lawn"))
         process = self.daemon.process.pid
         limits = resource.prlimit(process, resource.RLIMIT_NOFILE)
         used = set(map(int, os.listdir("/proc/%d/fd" % process)))
