@@ -19,7 +19,7 @@ namespace gardend {
  */
 class CListeners {
   public:
-    static constexpr int kMost = 8;
+    static constexpr int kMost = kMaxListeners;
 
     /** Parameters as of CHttpServer. The servers share one HttpLoad. */
     CListeners(evlp_thread_str* thread, IHttpSite& site, const zol::CTime& timeLimit)
