@@ -58,4 +58,23 @@ function(zol_shared_library name map)
     if(NOT ZOL_SANITIZE)
         target_link_options(${name} PRIVATE LINKER:--no-undefined)
     endif()
+    # Small: no padding between code and constants, and no table of jumps to other libraries, which
+    # on 32-bit x86 takes more room than calls through the addresses themselves.
+    target_link_options(${name} PRIVATE $<$<CONFIG:MinSizeRel>:LINKER:-z,noseparate-code>)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^i.86$")
+        target_compile_options(${name} PRIVATE $<$<CONFIG:MinSizeRel>:-fno-plt>)
+    endif()
+endfunction()
+
+# zol_runs_no_callbacks(SOURCES...): names sources from which no callback of the application can be
+# reached, so that no exception ever passes their functions. In small builds those go without the
+# tables that it would need.
+function(zol_runs_no_callbacks)
+    set_property(
+        SOURCE ${ARGN}
+        APPEND
+        PROPERTY
+            COMPILE_OPTIONS
+            $<$<CONFIG:MinSizeRel>:-fno-asynchronous-unwind-tables;-fno-unwind-tables>
+    )
 endfunction()
