@@ -58,6 +58,14 @@ function(zol_shared_library name map)
     if(NOT ZOL_SANITIZE)
         target_link_options(${name} PRIVATE LINKER:--no-undefined)
     endif()
+    if(ZOL_PRIVATE_RUNTIME)
+        target_link_options(
+            ${name} PRIVATE -static-libgcc LINKER:--exclude-libs,ALL LINKER:--gc-sections
+        )
+        if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+            target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/platform/runtime/arm_unwind.c)
+        endif()
+    endif()
     # Small: no padding between code and constants, and no table of jumps to other libraries, which
     # on 32-bit x86 takes more room than calls through the addresses themselves.
     target_link_options(${name} PRIVATE $<$<CONFIG:MinSizeRel>:LINKER:-z,noseparate-code>)

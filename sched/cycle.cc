@@ -65,7 +65,9 @@ int CScheduleHandler::getDelay(tm now, unsigned day, unsigned hour, unsigned min
     while (delay < 0) {
         delay += kSecondsPerWeek;
     }
-    delay %= kSecondsPerWeek;
+    while (delay >= kSecondsPerWeek) {
+        delay -= kSecondsPerWeek;
+    }
     // Deliberate: no comma before the seconds. Pinned by GetDelay.LogsBothTimesAndTheDelay.
     DIAGF(LOG_INFO, "between d:%d,h:%d,m:%ds:%d and d:%d,h:%d,m:%d, there's a delay=%d",
           now.tm_wday, now.tm_hour, now.tm_min, now.tm_sec, static_cast<int>(day),
@@ -142,7 +144,8 @@ int CScheduleHandler::scheduleNextEventToday(CSimpleListElem<CSchedulableEvent>*
         }
     }
 
-    const int delay = getDelay(now, (today + 1) % 7, 0, 0);
+    const unsigned tomorrow = today == 6 ? 0 : today + 1;
+    const int delay = getDelay(now, tomorrow, 0, 0);
     DIAGF(LOG_INFO, "create new timer, no event but wake up at midnight, time = %d", delay);
     return arm(delay);
 }

@@ -13,7 +13,7 @@ build() {  # PRESET
 build_gardend() {  # PRESET
     local preset=$1 stage=$PWD/stage/$1 library=build/$1 gardend=build/gardend-$1
     local flags="-O2 -g $warnings" options=()
-    [[ $preset == i386* ]] && options+=(--toolchain "$PWD/cmake/i386.cmake")
+    [[ $preset == i386* ]] && options+=(--toolchain "$PWD/cmake/toolchains/i386.cmake")
     [[ $preset == *-sanitize ]] && flags+=" -fsanitize=address,undefined -fno-sanitize-recover=all"
 
     # Without the tests: where those have been built, nothing is left to do here.

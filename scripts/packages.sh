@@ -11,6 +11,11 @@ needs_test=(
     valgrind=valgrind libc6-dbg=/usr/lib/debug/.build-id python3=/usr/bin/python3
     pkg-config=pkg-config make=make openssl=openssl chromium=chromium
 )
+needs_toolchain=(qemu-user=qemu-arm make=make xz-utils=xz)
+needs_docs=(
+    doxygen=doxygen python3=/usr/bin/python3 groff-base=groff man-db=man mandoc=mandoc
+)
+needs_size=("${needs_build[@]}" "${needs_i386[@]}" python3=/usr/bin/python3)
 needs_format=(clang-format=clang-format)
 needs_lint=("${needs_build[@]}" "${needs_format[@]}" clang=clang++ clang-tidy=clang-tidy)
 needs_fuzz=(
