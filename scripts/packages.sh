@@ -15,6 +15,7 @@ needs_toolchain=(qemu-user=qemu-arm make=make xz-utils=xz)
 needs_docs=(
     doxygen=doxygen python3=/usr/bin/python3 groff-base=groff man-db=man mandoc=mandoc
 )
+needs_abi=("${needs_build[@]}" "${needs_i386[@]}" abigail-tools=abidiff)
 needs_size=("${needs_build[@]}" "${needs_i386[@]}" python3=/usr/bin/python3)
 needs_format=(clang-format=clang-format)
 needs_lint=("${needs_build[@]}" "${needs_format[@]}" clang=clang++ clang-tidy=clang-tidy)
