@@ -74,20 +74,34 @@ ssize_t readText(void* cookie, char* bytes, size_t room) {
     return readData(stream, stream.target, stream.size, bytes, room);
 }
 
+// What tells the stream that nothing could be written. Others than glibc take 0 for no error and
+// lose the bytes, or try again for ever; glibc mistakes a negative number for a large one.
+#if defined(__GLIBC__) && !defined(__UCLIBC__)
+constexpr ssize_t kWriteFailed = 0;
+#else
+constexpr ssize_t kWriteFailed = -1;
+#endif
+
 ssize_t writeBuffer(void* cookie, const char* bytes, size_t length) {
+    if (length == 0) {  // as musl asks for when it empties its buffer
+        return 0;
+    }
     Stream& stream = streamOf(cookie);
     xbuffer* const b = bufferOf(stream);
     const int count = countOf(length);
     const int end = smaller(stream.size, xtab_get_count(b));
     const int newSize = xtab_insert(b, &xbuffer_def, end, count, bytes);
     if (newSize == -1) {
-        return 0;
+        return kWriteFailed;
     }
     stream.size = newSize;
     return count;
 }
 
 ssize_t writeString(void* cookie, const char* bytes, size_t length) {
+    if (length == 0) {
+        return 0;
+    }
     Stream& stream = streamOf(cookie);
     xstr* const s = stringOf(stream);
     const int count = countOf(length);
@@ -101,7 +115,7 @@ ssize_t writeString(void* cookie, const char* bytes, size_t length) {
     }
     const int after = xstr_get_length(s);
     if (after <= before) {
-        return 0;
+        return kWriteFailed;
     }
     stream.size = after;
     return count;

@@ -8,7 +8,11 @@
 
 #include "zol/time.h"
 
+#include <algorithm>
+#include <limits>
 #include <sys/sysinfo.h>
+
+#include "calendar.h"
 
 namespace {
 
@@ -16,6 +20,32 @@ constexpr int64_t kEpochUs = 62135596800000000;
 constexpr int64_t kY2001Us = 63113904000000000;
 constexpr int64_t kUsPerSecond = 1000000;
 constexpr int kShiftedYears = 2000;
+
+// Some C libraries have seconds of 32 bits and nothing else.
+constexpr bool kSecondsAreWide = sizeof(time_t) == sizeof(int64_t);
+
+void split(int64_t seconds, bool local, tm& out) {
+    if (kSecondsAreWide) {
+        const auto known = static_cast<time_t>(seconds);
+        (void)(local ? localtime_r(&known, &out) : gmtime_r(&known, &out));
+    } else if (local) {
+        event::splitLocally(seconds, out);
+    } else {
+        event::split(seconds, out);
+    }
+}
+
+int64_t join(tm& fields, bool local) {
+    if (kSecondsAreWide) {
+        return local ? mktime(&fields) : timegm(&fields);
+    }
+    if (local) {
+        return event::localSecondsOf(fields);
+    }
+    const int64_t seconds = event::secondsOf(fields);
+    event::split(seconds, fields);
+    return seconds;
+}
 
 }  // namespace
 
@@ -52,7 +82,9 @@ CTime CTime::getUpTime() {
 
 timeval CTime::getTimeval() const {
     timeval result = {};
-    result.tv_sec = m_us >= kEpochUs ? (m_us - kEpochUs) / kUsPerSecond : -1;
+    const int64_t seconds = m_us >= kEpochUs ? (m_us - kEpochUs) / kUsPerSecond : -1;
+    result.tv_sec =
+        static_cast<time_t>(std::min<int64_t>(seconds, std::numeric_limits<time_t>::max()));
     result.tv_usec = static_cast<suseconds_t>(m_us % kUsPerSecond);
     return result;
 }
@@ -70,13 +102,8 @@ void CTime::getTm(tm& out, int local) const {
     // Time.UptimeShowsAsADateOfTheYearOne.
     const bool sinceStart = m_us < kEpochUs;
     const int64_t us = sinceStart ? m_us + kY2001Us : m_us;
-    const time_t seconds = (us - kEpochUs) / kUsPerSecond;
     out = {};
-    if (local != 0) {
-        (void)localtime_r(&seconds, &out);
-    } else {
-        (void)gmtime_r(&seconds, &out);
-    }
+    split((us - kEpochUs) / kUsPerSecond, local != 0, out);
     if (sinceStart) {
         out.tm_year -= kShiftedYears;
     }
@@ -87,7 +114,7 @@ void CTime::set(tm& in, int local) {
     if (sinceStart) {
         in.tm_year += kShiftedYears;
     }
-    const time_t seconds = local != 0 ? mktime(&in) : timegm(&in);
+    const int64_t seconds = join(in, local != 0);
     if (sinceStart) {
         in.tm_year -= kShiftedYears;
     }

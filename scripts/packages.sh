@@ -6,16 +6,21 @@
 needs_build=(g++=g++ cmake=cmake ninja-build=ninja)
 needs_demo=("${needs_build[@]}" curl=curl flex=flex bison=bison)
 needs_i386=(g++-multilib=/usr/lib/gcc/x86_64-linux-gnu/*/32/libstdc++.so)
-needs_test=(
-    "${needs_demo[@]}" "${needs_i386[@]}" googletest=/usr/src/googletest/CMakeLists.txt
-    valgrind=valgrind libc6-dbg=/usr/lib/debug/.build-id python3=/usr/bin/python3
-    pkg-config=pkg-config make=make openssl=openssl chromium=chromium
-)
-needs_toolchain=(qemu-user=qemu-arm make=make xz-utils=xz)
 needs_docs=(
     doxygen=doxygen python3=/usr/bin/python3 groff-base=groff man-db=man mandoc=mandoc
 )
+needs_test=(
+    "${needs_demo[@]}" "${needs_i386[@]}" googletest=/usr/src/googletest/CMakeLists.txt
+    valgrind=valgrind libc6-dbg=/usr/lib/debug/.build-id python3=/usr/bin/python3
+    pkg-config=pkg-config make=make openssl=openssl chromium=chromium gdb=gdb "${needs_docs[@]}"
+)
+needs_toolchain=(qemu-user=qemu-arm make=make xz-utils=xz)
 needs_abi=("${needs_build[@]}" "${needs_i386[@]}" abigail-tools=abidiff)
+needs_package=(
+    "${needs_build[@]}" "${needs_docs[@]}" dpkg-dev=dpkg-shlibdeps lintian=lintian reuse=reuse
+    fakeroot=fakeroot git=git
+)
+needs_chroot=("${needs_package[@]}" debootstrap=/usr/sbin/debootstrap)
 needs_size=("${needs_build[@]}" "${needs_i386[@]}" python3=/usr/bin/python3)
 needs_format=(clang-format=clang-format)
 needs_lint=("${needs_build[@]}" "${needs_format[@]}" clang=clang++ clang-tidy=clang-tidy)

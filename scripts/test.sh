@@ -23,9 +23,9 @@ own_allocator=(
 summary=()
 failures=0
 
-# Runs one stage of the tests, to its first failure, and notes how it ended.
+# Runs one stage of the tests, to its first failure, and notes how it ended and how long it took.
 stage() {  # NAME COMMAND...
-    local name=$1 status=0
+    local name=$1 status=0 begun=$SECONDS
     shift
     printf '\n=== %s ===\n' "$name"
     set +e
@@ -33,14 +33,15 @@ stage() {  # NAME COMMAND...
     status=$?
     set -e
     if ((status == 0)); then
-        summary+=("ok      $name")
+        summary+=("$(printf 'ok      %5d s  %s' $((SECONDS - begun)) "$name")")
     else
-        summary+=("FAILED  $name")
+        summary+=("$(printf 'FAILED  %5d s  %s' $((SECONDS - begun)) "$name")")
         failures=$((failures + 1))
     fi
 }
 
 run_ctest() {  # PRESET
+    make_toolchain "$1"
     build "$1"
     ctest --preset "$1" -j "$jobs"
 }
@@ -87,27 +88,12 @@ run_memcheck() {  # PRESET [LOADER...]
 }
 
 # Fetches a private C library for i386, with the debug files without which valgrind does not run
-# 32-bit programs. The system's own package lists stay as they are.
+# 32-bit programs.
 fetch_i386_libc() {  # FOLDER
-    local folder=$1 lists object id options
+    local folder=$1 object id
     [[ -e $folder/complete ]] && return
-    mkdir -p "$folder"
-    lists=$(mktemp -d)
-    mkdir -p "$lists/lists/partial" "$lists/cache/archives/partial"
-    touch "$lists/status"
-    options=(-qq -oAPT::Architecture=i386 -oAPT::Architectures=i386
-             -oDir::State::Lists="$lists/lists" -oDir::State::status="$lists/status"
-             -oDir::Cache="$lists/cache" -oAPT::Sandbox::User=root)
-    # An update that fails for one of several sources may have what is wanted all the same.
-    apt-get "${options[@]}" update || true
-    if ! (cd "$lists" && apt-get "${options[@]}" download libc6 libc6-dbg libgcc-s1 libstdc++6); then
-        echo "Debian's libc6 and libc6-dbg for i386 cannot be fetched: valgrind needs them." >&2
-        return 1
-    fi
-    for object in "$lists"/*.deb; do
-        dpkg-deb -x "$object" "$folder"
-    done
-    rm -rf "$lists"
+    update_lists i386
+    unpack_packages i386 "$folder" libc6 libc6-dbg libgcc-s1 libstdc++6
     # valgrind looks for the debug files beside their objects.
     for object in "$folder"/lib/i386-linux-gnu/{ld-linux.so.2,libc.so.6}; do
         id=$(readelf -n "$object" | sed -n 's/.*Build ID: //p')
@@ -137,22 +123,47 @@ run_system_tests() {  # PRESET [WRAPPER]
     done
 }
 
-run_tests() {
-    local preset
-    need "${needs_test[@]}"
+run_memcheck_system() {
+    run_system_tests host "valgrind -q --error-exitcode=99 --leak-check=full \
+        --suppressions=$PWD/tests/support/valgrind.supp"
+}
+
+# What fits into 25 minutes on two processors: each word size, the small C library, each kind of
+# checker on one of them. With --all, every checker on everything, every target, and what takes a
+# whole system.
+run_tests() {  # [--all]
+    local preset all=0
+    if [[ ${1:-} == --all ]]; then
+        all=1
+    else
+        # armhf-musl is close to both of its neighbours, and its compiler takes minutes to make.
+        size_targets=(host i386 armhf i386-musl)
+        abi_targets=("${size_targets[@]}")
+    fi
+    need "${needs_test[@]}" "${needs_lint[@]}" "${needs_size[@]}" "${needs_abi[@]}"
+
     stage "lint" lint
-    for preset in "${presets[@]}"; do
-        stage "$preset: tests" run_ctest "$preset"
-    done
+    stage "host: tests" run_ctest host
+    stage "i386: tests" run_ctest i386
+    stage "i386-sanitize: tests" run_ctest i386-sanitize
     stage "host: tests under valgrind" run_memcheck host
-    stage "i386: tests under valgrind" run_memcheck_i386
+    stage "i386-musl: tests" run_ctest i386-musl
+    stage "budgets of size" size_of_libraries
+    stage "binary interface" check_abi
     stage "gardend: tour" demo --tour
-    for preset in "${presets[@]}"; do
-        stage "gardend: system tests, $preset" run_system_tests "$preset"
-    done
-    stage "gardend: system tests under valgrind" run_system_tests host \
-        "valgrind -q --error-exitcode=99 --leak-check=full \
-            --suppressions=$PWD/tests/support/valgrind.supp"
+    stage "gardend: system tests, i386" run_system_tests i386
+    stage "gardend: system tests, i386-sanitize" run_system_tests i386-sanitize
+    if ((all)); then
+        for preset in host-sanitize host-clang armhf armhf-musl i386-uclibc; do
+            stage "$preset: tests" run_ctest "$preset"
+        done
+        stage "i386: tests under valgrind" run_memcheck_i386
+        stage "gardend: system tests, host" run_system_tests host
+        stage "gardend: system tests, host-sanitize" run_system_tests host-sanitize
+        stage "gardend: system tests under valgrind" run_memcheck_system
+        stage "gardend: on small targets" demo --target
+        stage "packages" make_packages
+    fi
 
     printf '\n=== summary ===\n'
     printf '%s\n' "${summary[@]}"

@@ -272,6 +272,8 @@ uclibc() {  # FOLDER CROSS_TRIPLET TRIPLET
     "${make[@]}" -j "$jobs"
     "${make[@]}" install
     rm -rf "$work"
+    # The linker's script names the shared ones without their folder.
+    sed -i "/^GROUP/ s# \([^ ]*\.so\.[0-9]*\)# $folder/root/lib/\1#g" "$libraries/libc.so"
 
     mkdir -p "$folder/lib" "$folder/bin"
     write_specs "$folder" "$headers" "$("$compiler/bin/$cross-gcc" -print-file-name=include)" \

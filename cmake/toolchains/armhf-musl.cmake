@@ -5,3 +5,5 @@ include(${CMAKE_CURRENT_LIST_DIR}/private.cmake)
 set(CMAKE_SYSTEM_PROCESSOR armv7)
 use_private_toolchain(armhf-musl arm-linux-musleabihf)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm;-L;${zol_toolchain}/root)
+# All is of one compiler: how older ones passed arguments does not matter.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)

@@ -4,6 +4,7 @@
 /* Debian's libgcc_eh.a, which unwinds exceptions, asks glibc which object a program counter belongs
    to. Here the same for a C library that has dl_iterate_phdr(3) only. */
 
+#define _GNU_SOURCE
 #include <link.h>
 #include <stddef.h>
 

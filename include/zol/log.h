@@ -16,7 +16,9 @@
 
 #ifdef __cplusplus
 /* See zol/time.h. */
+#ifndef __UCLIBC__
 static_assert(sizeof(time_t) == 8, "zol needs 64-bit time_t: -D_TIME_BITS=64");
+#endif
 #endif
 
 ZOL_BEGIN_DECLS

@@ -18,8 +18,11 @@
 
 /* timeval, timespec and tm stand in the interface: both sides must agree on their layout. On
    32-bit glibc compile with -D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64, as the library's pkg-config
-   file and CMake package do. */
+   file and CMake package do. uClibc-ng has one layout, which may have 32 bits: there times outside
+   of what time_t holds are not lost, but timeval and timespec stay at the last that it does. */
+#ifndef __UCLIBC__
 static_assert(sizeof(time_t) == 8, "zol needs 64-bit time_t: -D_TIME_BITS=64");
+#endif
 
 namespace zol {
 
@@ -41,6 +44,7 @@ namespace zol {
 class ZOL_API CTime {
   public:
     constexpr CTime() : m_us(0) {}
+    /** A duration, or a date since the year 1. */
     explicit constexpr CTime(int64_t microseconds) : m_us(microseconds) {}
 
     /**
@@ -56,6 +60,7 @@ class ZOL_API CTime {
     /** @return time since the system was started, in whole seconds; sysinfo(2) */
     static CTime getUpTime();
 
+    /** @return the number */
     constexpr int64_t getMicroseconds() const { return m_us; }
 
     /** @return seconds since 1970, and microseconds; tv_sec is -1 for values below `epoch` */
@@ -85,6 +90,8 @@ class ZOL_API CTime {
     static const CTime infinite;  /**< never; no time-out */
     static const CTime undefined; /**< not set */
 
+    /** @{ */
+    /** Compared and counted as numbers. */
     friend constexpr bool operator==(CTime a, CTime b) { return a.m_us == b.m_us; }
     friend constexpr bool operator!=(CTime a, CTime b) { return a.m_us != b.m_us; }
     friend constexpr bool operator<(CTime a, CTime b) { return a.m_us < b.m_us; }
@@ -95,6 +102,7 @@ class ZOL_API CTime {
     friend constexpr CTime operator-(CTime a, CTime b) { return CTime(a.m_us - b.m_us); }
     CTime& operator+=(CTime other) { return *this = *this + other; }
     CTime& operator-=(CTime other) { return *this = *this - other; }
+    /** @} */
 
   private:
     int64_t m_us;

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 // The calls that catalog files are made of, counted and made to fail. A program of its own, for it
 // defines them.
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,6 +12,7 @@
 #include "zol/cat.h"
 
 #include "catalog_fixture.h"
+#include "support/next_function.h"
 #include "support/open_fds.h"
 
 namespace {
@@ -24,11 +24,6 @@ bool closeFails = false;
 bool readIsShort = false;
 int preads = 0;
 int seeks = 0;
-
-template <class Function>
-Function next(const char* name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 
@@ -43,9 +38,7 @@ int fcntl(int fd, int command, ...) {
         errno = EACCES;
         return -1;
     }
-    // The name behind it where file offsets have 64 bits.
-    const char* const name = sizeof(void*) == 4 ? "fcntl64" : "fcntl";
-    return next<int (*)(int, int, ...)>(name)(fd, command, argument);
+    return nextFunction<int (*)(int, int, ...)>("fcntl")(fd, command, argument);
 }
 
 int fileno(FILE* stream) noexcept {
@@ -53,11 +46,11 @@ int fileno(FILE* stream) noexcept {
         errno = EBADF;
         return -1;
     }
-    return next<int (*)(FILE*)>("fileno")(stream);
+    return nextFunction<int (*)(FILE*)>("fileno")(stream);
 }
 
 int fclose(FILE* stream) {
-    const int result = next<int (*)(FILE*)>("fclose")(stream);
+    const int result = nextFunction<int (*)(FILE*)>("fclose")(stream);
     if (closeFails) {
         errno = ENOSPC;
         return EOF;
@@ -68,12 +61,13 @@ int fclose(FILE* stream) {
 ssize_t pread(int fd, void* bytes, size_t size, off_t position) {
     ++preads;
     const size_t asked = readIsShort ? size - 1 : size;
-    return next<ssize_t (*)(int, void*, size_t, off_t)>("pread64")(fd, bytes, asked, position);
+    return nextFunction<ssize_t (*)(int, void*, size_t, off_t)>("pread")(fd, bytes, asked,
+                                                                         position);
 }
 
 int fseeko(FILE* stream, off_t offset, int whence) {
     ++seeks;
-    return next<int (*)(FILE*, off_t, int)>("fseeko64")(stream, offset, whence);
+    return nextFunction<int (*)(FILE*, off_t, int)>("fseeko")(stream, offset, whence);
 }
 
 }  // extern "C"

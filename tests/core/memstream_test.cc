@@ -346,7 +346,9 @@ TEST_P(MemStream, TellsTheEndAfterWriting) {
 
     fputs("defg", stream);
 
+#ifdef __GLIBC__  // others do not know of a custom stream that it writes to the end
     EXPECT_EQ(7, ftell(stream));
+#endif
     EXPECT_EQ(0, fseek(stream, 0, SEEK_END));
     EXPECT_EQ(7, ftell(stream));
 }

@@ -97,9 +97,11 @@ TEST_F(Time, IsOneNumberOf64Bits) {
     EXPECT_EQ(0, CTime().getMicroseconds());
 }
 
-TEST_F(Time, SecondsHave64BitsOnEveryBuild) {
+#ifndef __UCLIBC__  // which has nothing else on 32 bits
+TEST_F(Time, SecondsHave64Bits) {
     EXPECT_EQ(8U, sizeof(time_t));
 }
+#endif
 
 TEST_F(Time, CurrentIsTheUptimeUntilTheClockIsSynchronised) {
     fakeUptime = 90;

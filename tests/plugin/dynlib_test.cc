@@ -11,6 +11,7 @@
 #include "support/syslog_capture.h"
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using zol::CDynLib;
 
@@ -27,8 +28,8 @@ class DynLib : public testing::Test {
     SyslogCapture log;
     const std::string file = dir.addBuilt(NO_ENTRY_PLUGIN, "moon.so");
     const std::string missing = dir.path("missing.so");
-    const std::string missingText = " open(#): Cannot open dynamic library: " + missing +
-                                    ": cannot open shared object file: No such file or directory";
+    const std::string missingText =
+        " open(#): Cannot open dynamic library: " + loadersReason(missing);
 };
 
 TEST_F(DynLib, IsClosedAndWithoutNameAtFirst) {
@@ -213,25 +214,19 @@ TEST_F(DynLib, IsItsNameAndItsHandle) {
 }
 
 TEST_F(DynLib, ThatIsNoLibraryIsRefusedWithTheReason) {
-    const struct {
-        std::string file;
-        std::string reason;
-    } cases[] = {
-        {dir.write("text.so", std::string(100, 'x')), "invalid ELF header"},
-        {dir.write("empty.so", ""), "file too short"},
-        {dir.write("short.so", std::string("\x7F") + "ELF"), "file too short"},
-        {dir.path(""), "cannot read file data: Is a directory"},
-    };
-    for (const auto& each : cases) {
+    for (const std::string& name :
+         {dir.write("text.so", std::string(100, 'x')), dir.write("empty.so", ""),
+          dir.write("short.so", std::string("\x7F") + "ELF"), dir.path("")}) {
         CDynLib library;
         log.clear();
 
-        EXPECT_FALSE(library.open(each.file.c_str()));
+        EXPECT_FALSE(library.open(name.c_str()));
 
         ASSERT_EQ(2U, log.lines().size());
         EXPECT_EQ(3, log.lines()[1].priority);
-        EXPECT_EQ(" open(#): Cannot open dynamic library: " + each.file + ": " + each.reason,
+        EXPECT_EQ(" open(#): Cannot open dynamic library: " + loadersReason(name),
                   log.lines()[1].text);
+        EXPECT_THAT(log.lines()[1].text, HasSubstr(name));
     }
 }
 

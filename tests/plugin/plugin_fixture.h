@@ -78,8 +78,7 @@ inline const Line kTooDeep = {3,
 inline const Line kNoEntry = {3, " getSymbol(#): Cannot found symbol: zol_getPlugIn"};
 
 inline Line cannotOpen(const std::string& path) {
-    return {3, " open(#): Cannot open dynamic library: " + path +
-                   ": cannot open shared object file: No such file or directory"};
+    return {3, " open(#): Cannot open dynamic library: " + loadersReason(path)};
 }
 
 #endif

@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "support/alloc_faults.h"
 
+#include <dlfcn.h>
 #include <errno.h>
 #include <new>
 #include <stddef.h>
 #include <stdlib.h>
+#include <string.h>
 
 namespace {
 
@@ -43,18 +45,49 @@ bool AllocFaults::hasFailed() {
 #define __SANITIZE_ADDRESS__ 1
 #endif
 #endif
+#if defined(__GLIBC__) && !defined(__UCLIBC__)
 #if defined(__SANITIZE_ADDRESS__)
 #define REAL(name) __interceptor_##name
 #else
 #define REAL(name) __libc_##name
 #endif
-
 extern "C" {
-
 void* REAL(malloc)(size_t);
-void* REAL(calloc)(size_t, size_t);
 void* REAL(realloc)(void*, size_t);
 void REAL(free)(void*);
+}
+#else
+// Others have no second name for them. All are looked up at once, at the first allocation: later
+// the loader may be what allocates, and wait for itself.
+#define REAL(name) nextFunctions().name##Function
+
+namespace {
+
+template <typename Function>
+void lookUp(const char* name, Function*& function) {
+    function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+struct NextFunctions {
+    NextFunctions() {
+        lookUp("malloc", mallocFunction);
+        lookUp("realloc", reallocFunction);
+        lookUp("free", freeFunction);
+    }
+    void* (*mallocFunction)(size_t);
+    void* (*reallocFunction)(void*, size_t);
+    void (*freeFunction)(void*);
+};
+
+const NextFunctions& nextFunctions() {
+    static const NextFunctions functions;
+    return functions;
+}
+
+}  // namespace
+#endif
+
+extern "C" {
 
 void* malloc(size_t size) {
     void* const block = mustFail() ? nullptr : REAL(malloc)(size);
@@ -62,10 +95,13 @@ void* malloc(size_t size) {
     return block;
 }
 
+// Over malloc(), as that of some C libraries is, which would count its blocks twice.
 void* calloc(size_t count, size_t size) {
-    void* const block = mustFail() ? nullptr : REAL(calloc)(count, size);
+    size_t bytes = 0;
+    void* const block =
+        __builtin_mul_overflow(count, size, &bytes) || mustFail() ? nullptr : REAL(malloc)(bytes);
     live += block != nullptr ? 1 : 0;
-    return block;
+    return block == nullptr ? nullptr : memset(block, 0, bytes);
 }
 
 void* realloc(void* old, size_t size) {

@@ -35,8 +35,12 @@ ClockReadings READ_CLOCKS() {
     timeval day = {};
     gettimeofday(&day, nullptr);
     result.day = int64_t{day.tv_sec} * 1000000 + day.tv_usec;
+#ifdef TIME_UTC
     timespec utc = {};
     result.utc = timespec_get(&utc, TIME_UTC) == TIME_UTC ? inMicroseconds(utc) : -1;
+#else  // a C library of before C11
+    result.utc = result.realtime;
+#endif
     struct sysinfo info = {};
     sysinfo(&info);
     result.since = int64_t{info.uptime} * 1000000;

@@ -2,11 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include "support/plugin_dir.h"
 
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <stdexcept>
 
 #include "plugins/script.h"
+#include "support/loader_model.h"
 
 namespace {
 PlugInDir* current = nullptr;
@@ -71,10 +74,18 @@ int PlugInDir::called(const std::string& call, const std::string& file, int* set
 
 // Plug-ins that outlive the test, as at the end of the process, are not listened to.
 int plugInCalled(const char* call, const char* file, int* settled) {
+#ifdef LOADER_MODEL
+    if (std::string(call) == "constructor") {
+        noteConstructor();
+    }
+#endif
     return current == nullptr ? 0 : current->called(call, file, settled);
 }
 
 bool isMapped(const std::string& path) {
+#ifdef LOADER_MODEL
+    return isOpenInModel(path);
+#else
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
         if (line.size() >= path.size() &&
@@ -83,4 +94,11 @@ bool isMapped(const std::string& path) {
         }
     }
     return false;
+#endif
+}
+
+std::string loadersReason(const std::string& path) {
+    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
+    EXPECT_EQ(nullptr, library) << path << " can be opened";
+    return library == nullptr ? dlerror() : "";
 }

@@ -50,4 +50,7 @@ class PlugInDir {
 // Whether a file is a part of the process.
 bool isMapped(const std::string& path);
 
+// What the loader says about a library that it cannot open.
+std::string loadersReason(const std::string& path);
+
 #endif

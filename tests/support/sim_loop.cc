@@ -2,16 +2,28 @@
 // SPDX-License-Identifier: MIT
 #include "support/sim_loop.h"
 
+#include <errno.h>
+#include <map>
 #include <stdlib.h>
-#include <string.h>
 #include <time.h>
 
+namespace {
+
+// Not every C library can tell the names.
+const char* nameOf(int error) {
+    static const std::map<int, const char*> names = {
+        {EBADF, "EBADF"},   {EBUSY, "EBUSY"}, {ECANCELED, "ECANCELED"}, {EDEADLK, "EDEADLK"},
+        {EINVAL, "EINVAL"}, {EIO, "EIO"},     {ELOOP, "ELOOP"},         {ENOMEM, "ENOMEM"},
+        {ENOSPC, "ENOSPC"}, {ETIME, "ETIME"},
+    };
+    const auto found = names.find(error);
+    return found == names.end() ? "?" : found->second;
+}
+
+}  // namespace
+
 std::string outcome(int result) {
-    if (result == 0) {
-        return "0";
-    }
-    const char* const name = strerrorname_np(errno);
-    return std::to_string(result) + " " + (name == nullptr ? "?" : name);
+    return result == 0 ? "0" : std::to_string(result) + " " + nameOf(errno);
 }
 
 SimTest::SimTest() {

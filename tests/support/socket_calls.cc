@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <netdb.h>
@@ -16,6 +15,8 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "support/next_function.h"
 
 SocketCalls* SocketCalls::current = nullptr;
 
@@ -52,14 +53,6 @@ bool SocketCalls::mustFail(const std::string& name, const std::string& detail) {
 
 namespace {
 
-template <class Function>
-Function next(const char* name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
-
-// The name behind fcntl where file offsets have 64 bits.
-const char* const kFcntl = sizeof(void*) == 4 ? "fcntl64" : "fcntl";
-
 int makeUp(const std::string& ip6, sockaddr* address, socklen_t* length) {
     sockaddr_in6 result = {};
     result.sin6_family = AF_INET6;
@@ -80,7 +73,7 @@ int socket(int domain, int type, int protocol) noexcept {
     if (SocketCalls::mustFail("socket")) {
         return -1;
     }
-    static const auto real = next<int (*)(int, int, int)>("socket");
+    static const auto real = nextFunction<int (*)(int, int, int)>("socket");
     return real(domain, type, protocol);
 }
 
@@ -88,7 +81,7 @@ int bind(int fd, const sockaddr* address, socklen_t length) noexcept {
     if (SocketCalls::mustFail("bind", std::to_string(length))) {
         return -1;
     }
-    static const auto real = next<int (*)(int, const sockaddr*, socklen_t)>("bind");
+    static const auto real = nextFunction<int (*)(int, const sockaddr*, socklen_t)>("bind");
     return real(fd, address, length);
 }
 
@@ -96,7 +89,7 @@ int listen(int fd, int backlog) noexcept {
     if (SocketCalls::mustFail("listen", std::to_string(backlog))) {
         return -1;
     }
-    static const auto real = next<int (*)(int, int)>("listen");
+    static const auto real = nextFunction<int (*)(int, int)>("listen");
     return real(fd, backlog);
 }
 
@@ -104,7 +97,7 @@ int connect(int fd, const sockaddr* address, socklen_t length) {
     if (SocketCalls::mustFail("connect", std::to_string(length))) {
         return -1;
     }
-    static const auto real = next<int (*)(int, const sockaddr*, socklen_t)>("connect");
+    static const auto real = nextFunction<int (*)(int, const sockaddr*, socklen_t)>("connect");
     return real(fd, address, length);
 }
 
@@ -112,7 +105,7 @@ int accept4(int fd, sockaddr* address, socklen_t* length, int flags) {
     if (SocketCalls::mustFail("accept")) {
         return -1;
     }
-    static const auto real = next<int (*)(int, sockaddr*, socklen_t*, int)>("accept4");
+    static const auto real = nextFunction<int (*)(int, sockaddr*, socklen_t*, int)>("accept4");
     return real(fd, address, length, flags);
 }
 
@@ -120,7 +113,7 @@ int epoll_ctl(int epoll, int operation, int fd, epoll_event* event) noexcept {
     if (operation == EPOLL_CTL_ADD && SocketCalls::mustFail("watch")) {
         return -1;
     }
-    static const auto real = next<int (*)(int, int, int, epoll_event*)>("epoll_ctl");
+    static const auto real = nextFunction<int (*)(int, int, int, epoll_event*)>("epoll_ctl");
     return real(epoll, operation, fd, event);
 }
 
@@ -128,7 +121,7 @@ int getsockname(int fd, sockaddr* address, socklen_t* length) noexcept {
     if (SocketCalls::current != nullptr && !SocketCalls::current->localIp6.empty()) {
         return makeUp(SocketCalls::current->localIp6, address, length);
     }
-    static const auto real = next<int (*)(int, sockaddr*, socklen_t*)>("getsockname");
+    static const auto real = nextFunction<int (*)(int, sockaddr*, socklen_t*)>("getsockname");
     return real(fd, address, length);
 }
 
@@ -139,7 +132,7 @@ int getpeername(int fd, sockaddr* address, socklen_t* length) noexcept {
     if (SocketCalls::current != nullptr && !SocketCalls::current->peerIp6.empty()) {
         return makeUp(SocketCalls::current->peerIp6, address, length);
     }
-    static const auto real = next<int (*)(int, sockaddr*, socklen_t*)>("getpeername");
+    static const auto real = nextFunction<int (*)(int, sockaddr*, socklen_t*)>("getpeername");
     return real(fd, address, length);
 }
 
@@ -147,7 +140,7 @@ ssize_t recv(int fd, void* bytes, size_t size, int flags) {
     if (SocketCalls::mustFail("recv", flags == MSG_PEEK ? "peek" : "")) {
         return -1;
     }
-    static const auto real = next<ssize_t (*)(int, void*, size_t, int)>("recv");
+    static const auto real = nextFunction<ssize_t (*)(int, void*, size_t, int)>("recv");
     return real(fd, bytes, size, flags);
 }
 
@@ -157,7 +150,8 @@ int setsockopt(int fd, int level, int option, const void* value, socklen_t lengt
     if (SocketCalls::mustFail(nodelay ? "nodelay" : reuse ? "reuseaddr" : "setsockopt")) {
         return -1;
     }
-    static const auto real = next<int (*)(int, int, int, const void*, socklen_t)>("setsockopt");
+    static const auto real =
+        nextFunction<int (*)(int, int, int, const void*, socklen_t)>("setsockopt");
     return real(fd, level, option, value, length);
 }
 
@@ -171,7 +165,7 @@ int fcntl(int fd, int command, ...) {
     if (watched && SocketCalls::mustFail(name)) {
         return -1;
     }
-    static const auto real = next<int (*)(int, int, ...)>(kFcntl);
+    static const auto real = nextFunction<int (*)(int, int, ...)>("fcntl");
     return real(fd, command, argument);
 }
 
@@ -179,14 +173,14 @@ int shutdown(int fd, int how) noexcept {
     if (SocketCalls::mustFail("shutdown", std::to_string(how))) {
         return -1;
     }
-    static const auto real = next<int (*)(int, int)>("shutdown");
+    static const auto real = nextFunction<int (*)(int, int)>("shutdown");
     return real(fd, how);
 }
 
 int close(int fd) {
     const bool fails = SocketCalls::mustFail("close");
     const int error = errno;
-    static const auto real = next<int (*)(int)>("close");
+    static const auto real = nextFunction<int (*)(int)>("close");
     const int result = real(fd);  // also when it is to fail: nothing is to leak
     if (fails) {
         errno = error;
@@ -199,7 +193,7 @@ int unlink(const char* path) noexcept {
     if (SocketCalls::mustFail("unlink")) {
         return -1;
     }
-    static const auto real = next<int (*)(const char*)>("unlink");
+    static const auto real = nextFunction<int (*)(const char*)>("unlink");
     return real(path);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the libzol authors
 // SPDX-License-Identifier: MIT
 // The command as its users call it.
+#include <errno.h>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sstream>
+#include <string.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -19,6 +21,7 @@
 
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
@@ -90,6 +93,12 @@ using ZolcatDump = Zolcat;
 using ZolcatCheck = Zolcat;
 using ZolcatHeader = Zolcat;
 
+// Where the first line is written at once, its failure shows only later, without its reason.
+auto saysThatOutputIsLost() {
+    const std::string start = "zolcat: standard output: ";
+    return testing::AnyOf(start + strerror(ENOSPC) + "\n", start + strerror(EIO) + "\n");
+}
+
 constexpr char kUsage[] =
     "Usage: zolcat compile [-o FILE.cat] SOURCE...\n"
     "       zolcat dump FILE.cat...\n"
@@ -118,7 +127,9 @@ TEST_F(ZolcatCommandLine, ComplainsAboutWhatItDoesNotKnow) {
     EXPECT_EQ(2, run({"make"}));
     EXPECT_EQ(std::string("zolcat: there is no command 'make'\n") + kUsage, err());
     EXPECT_EQ(2, run({"compile", "--prefix", "A", "a.msg"}));
-    EXPECT_EQ(std::string("zolcat: unrecognized option '--prefix'\n") + kUsage, err());
+    // The first line is getopt_long(3)'s own.
+    EXPECT_THAT(err(), StartsWith("zolcat: unrecognized option"));
+    EXPECT_THAT(err(), EndsWith(std::string("\n") + kUsage));
     EXPECT_EQ(2, run({"compile", "-o"}));
     EXPECT_THAT(err(), StartsWith("zolcat: option requires an argument"));
 }
@@ -338,7 +349,7 @@ TEST_F(ZolcatDump, SaysThatItCannotReadAPipe) {
     };
 
     EXPECT_EQ(2, run({"dump", "/dev/stdin"}));
-    EXPECT_EQ("zolcat: /dev/stdin: Input/output error\n", err());
+    EXPECT_EQ(std::string("zolcat: /dev/stdin: ") + strerror(EIO) + "\n", err());
 }
 
 TEST_F(ZolcatDump, SaysThatItsOutputIsLost) {
@@ -346,7 +357,7 @@ TEST_F(ZolcatDump, SaysThatItsOutputIsLost) {
     ASSERT_EQ(0, run({"compile", "a.msg"}));
 
     EXPECT_EQ(2, run({"dump", "a.cat"}, "/dev/full"));
-    EXPECT_EQ("zolcat: standard output: No space left on device\n", err());
+    EXPECT_THAT(err(), saysThatOutputIsLost());
 }
 
 // --- check ---
@@ -452,7 +463,7 @@ TEST_F(ZolcatCheck, GoesOnBehindAFileThatCannotBeRead) {
 TEST_F(ZolcatCheck, SaysThatItsOutputIsLost) {
     write("a.msg", "$foo\n");
     EXPECT_EQ(2, run({"check", "a.msg"}, "/dev/full"));
-    EXPECT_EQ("zolcat: standard output: No space left on device\n", err());
+    EXPECT_THAT(err(), saysThatOutputIsLost());
 
     std::string longSource;
     for (int i = 0; i < 2000; ++i) {
@@ -514,7 +525,7 @@ TEST_F(ZolcatHeader, SaysThatItCannotBeWritten) {
 
     EXPECT_EQ(2, run({"header", "-o", "none/a.h", "a.msg"}));
     EXPECT_EQ(2, run({"header", "a.msg"}, "/dev/full"));
-    EXPECT_EQ("zolcat: standard output: No space left on device\n", err());
+    EXPECT_THAT(err(), saysThatOutputIsLost());
 }
 
 }  // namespace

@@ -1,0 +1,24 @@
+# SPDX-FileCopyrightText: 2026 the libzol authors
+# SPDX-License-Identifier: MIT
+# Which target this is, and what cannot be tested on it: left_out_PROGRAM lists the cases, with the
+# reasons. Everything else runs everywhere.
+include(CheckSymbolExists)
+check_symbol_exists(__GLIBC__ features.h ZOL_LIKE_GLIBC)  # defined by uClibc, too
+check_symbol_exists(__UCLIBC__ features.h ZOL_UCLIBC)
+set(zol_is_emulated OFF)
+if(CMAKE_CROSSCOMPILING_EMULATOR MATCHES "^(.*/)?qemu-")
+    set(zol_is_emulated ON)
+endif()
+
+if(zol_is_emulated)
+    # The emulator needs the last real-time signals itself.
+    list(APPEND left_out_evlp_test SignalOpen.AcceptsRealTimeSignals
+         SignalOpen.AcceptsTheLastSignalThereIs
+    )
+endif()
+
+if(NOT ZOL_LIKE_GLIBC)
+    # musl never takes a library out of the process, and keeps what it allocated for it.
+    list(APPEND left_out_plugin_test UnloadablePlugIn.*)
+    list(APPEND left_out_alloc_faults_test PlugInExceptionFaults.*)
+endif()
