@@ -20,8 +20,10 @@ read_interface() {  # LIBRARY OUTPUT
     abidw --no-corpus-path --no-comp-dir-path --no-show-locs --no-elf-needed \
         --type-id-style hash "$1" >"$2"
     sed -i "s#$PWD/##g" "$2"
+    # REUSE-IgnoreStart
     sed -i '1a <!-- SPDX-FileCopyrightText: 2026 the libzol authors -->\
 <!-- SPDX-License-Identifier: MIT -->' "$2"
+    # REUSE-IgnoreEnd
 }
 
 # Complains about every difference: a compatible one belongs into the release's files with the

@@ -179,6 +179,7 @@ ZOL_API int xbase64_decode_buffer(xbuffer* b, const char* in, int* inLen);
  * finds the stream with the length that it knew; it never reads or writes behind what is there.
  */
 ZOL_API FILE* xbuffer_fopen(xbuffer* b, const char* mode);
+/** xbuffer_fopen() for a string. */
 ZOL_API FILE* xstr_fopen(xstr* s, const char* mode);
 
 /**

@@ -117,6 +117,7 @@ namespace cat {
 class ZOL_API CMessage {
   public:
     CMessage() : m_offset(0), m_length(0) {}
+    /** See getOffset() and getLength(). */
     CMessage(uint16_t offset, uint16_t length) : m_offset(offset), m_length(length) {}
 
     /** @return from the base position of its set to its first byte */
@@ -145,6 +146,7 @@ class ZOL_API CSet {
   public:
     CSet() : m_base(0) {}
 
+    /** @return the name that stands in the file */
     const CStr& getName() const { return m_name; }
     /** @return file position of the first byte behind the set's name */
     unsigned getBase() const { return m_base; }
@@ -183,12 +185,16 @@ class ZOL_API CSet {
 class ZOL_API CFile {
   public:
     CFile() : m_id(0), m_stream(nullptr) {}
+    /** Has what is known of the file, but not the stream. */
     CFile(const CFile& other)
         : m_id(other.m_id), m_name(other.m_name), m_stream(nullptr), m_sets(other.m_sets) {}
     ~CFile();
+    /** Has the stream of `other`, too, see above. */
     CFile& operator=(const CFile& other);
 
+    /** @return the catalog's id */
     unsigned getId() const { return m_id; }
+    /** @return the catalog's name */
     const CStr& getName() const { return m_name; }
     /** @return the open file, owned by this record; null when there is none */
     FILE* getStream() const { return m_stream; }
@@ -272,13 +278,17 @@ class ZOL_API CInterCatalog {
     class ZOL_API CInter {
       public:
         CInter() = default;
+        /** A language without files. */
         explicit CInter(const char* name) : m_name(name) {}
+        /** Shares the other one's files. */
         CInter(const CInter& other) = default;
         ~CInter();
         /** Shares the other one's files. */
         CInter& operator=(const CInter& other);
 
+        /** @return the name of the language */
         const CStr& getName() const { return m_name; }
+        /** @return its files */
         CCatalog& getCatalog() { return m_catalog; }
 
         /** Opens the files in their order, skipping those that cannot be read. @return 0 */

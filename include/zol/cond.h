@@ -29,6 +29,7 @@
 
 ZOL_BEGIN_DECLS
 
+/** A condition, or a kind of them; see below. */
 typedef struct xcond xcond;
 
 /** The head of every condition, and what describes a kind of them: copied into the head. */
@@ -42,23 +43,25 @@ struct xcond {
 
 /** Holds when its child does not. */
 typedef struct xnotcond {
-    xcond cond;
+    xcond cond;   /**< its kind; the first field */
     xcond* child; /**< null is like a child without operations */
 } xnotcond;
 
 /** AND or OR, as its head says. */
 typedef struct xmulticond {
-    xcond cond;
+    xcond cond;       /**< its kind; the first field */
     xcond** children; /**< ended by a null pointer; null is like an array without children */
 } xmulticond;
 
-/* What is copied into the heads: the caller's storage (_def), or the heap (_dyndef). */
+/** @{ */
+/** What is copied into the heads: the caller's storage (_def), or the heap (_dyndef). */
 ZOL_API extern const xcond xnotcond_def;
 ZOL_API extern const xcond xnotcond_dyndef;
 ZOL_API extern const xcond xandcond_def;
 ZOL_API extern const xcond xandcond_dyndef;
 ZOL_API extern const xcond xorcond_def;
 ZOL_API extern const xcond xorcond_dyndef;
+/** @} */
 
 /** @return 1 when the child's check answers 0, else 0; 0 for a child without a check */
 ZOL_API int xnotcond_check(const xcond* condition, void* argument);

@@ -144,8 +144,9 @@ class ZOL_API CEvent {
      *  an empty event */
     int reset();
 
-    /** Not supported: each @return -1 */
+    /** Not supported: @return -1 */
     int setPriority(int);
+    /** Not supported: @return -1 */
     int active(int);
 
   private:
@@ -182,7 +183,9 @@ template <class T>
 class CEventDest<T, void> {
   public:
     virtual ~CEventDest() {}
+    /** @return the object whose functions are called */
     virtual T* getDestPtr() { return static_cast<T*>(this); }
+    /** Not called by the library. */
     virtual void onMsg(void*) {}
 };
 
@@ -194,13 +197,17 @@ class CEventMsg;
 template <class T, class A1>
 class CEventMsg<T, A1, NullType, NullType, NullType, NullType> : public CEventCallback {
   public:
+    /** A member function that is called back. */
     using Function = void (T::*)(A1);
 
+    /** @param dest  the object; not owned, must live as long as it may be called */
     CEventMsg(CEventDest<T, void>* dest, Function function, A1 argument)
         : m_dest(dest), m_function(function), m_argument(argument) {}
 
+    /** Changes what the function is called with. */
     void setArgument(A1 argument) { m_argument = argument; }
 
+    /** Calls the function. @return 0 */
     int onEvent(int, short, CEvent*) override {
         (m_dest->getDestPtr()->*m_function)(m_argument);
         return 0;
@@ -228,8 +235,10 @@ class CEventTimer;
 template <class T, class A1>
 class CEventTimer<T, A1, NullType, NullType> {
   public:
+    /** What calls the function. */
     using Message = CEventMsg<T, A1, NullType, NullType, NullType, NullType>;
 
+    /** @param dest  the object; not owned, must live as long as the timer */
     CEventTimer(CEventDest<T, void>* dest, typename Message::Function function, A1 argument)
         : m_message(dest, function, argument) {}
 
@@ -248,6 +257,7 @@ class CEventTimer<T, A1, NullType, NullType> {
     /** Disarms the timer. @return 0 or -1 */
     int remove() { return m_event.remove(); }
 
+    /** Changes what the function is called with. */
     void setArgument(A1 argument) { m_message.setArgument(argument); }
 
     /** @return the delay of the last add() */

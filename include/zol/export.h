@@ -19,6 +19,8 @@
  *  latter is 0 for a `va_list`. */
 #define ZOL_PRINTF(text, first) __attribute__((__format__(__printf__, text, first)))
 
+/** @{ */
+/** Around declarations with C linkage. */
 #ifdef __cplusplus
 #define ZOL_BEGIN_DECLS extern "C" {
 #define ZOL_END_DECLS }
@@ -26,5 +28,6 @@
 #define ZOL_BEGIN_DECLS
 #define ZOL_END_DECLS
 #endif
+/** @} */
 
 #endif

@@ -39,8 +39,8 @@ typedef struct xlist {
 
 /** The links of a list's element; null at the ends. */
 typedef struct xlist_link_s {
-    void* previous;
-    void* next;
+    void* previous; /**< towards the head */
+    void* next;     /**< towards the tail */
 } xlist_link_s;
 
 /** A queue. All zero when empty. Its elements hold one link word: the next element. */
@@ -51,17 +51,20 @@ typedef struct xfifo {
 
 /** A stack. Zero when empty. Its elements hold one link word: the element below. */
 typedef struct xlifo {
-    void* top;
+    void* top; /**< element pushed last */
 } xlifo;
 
+/** @{ */
 /** Empty containers, to initialise from. */
 ZOL_API extern const xlist xlist_null;
 ZOL_API extern const xfifo xfifo_null;
 ZOL_API extern const xlifo xlifo_null;
+/** @} */
 
 /** Makes the list empty; frees nothing. */
 ZOL_API void xlist_init(xlist* list);
 
+/** @return number of elements */
 ZOL_API int xlist_get_count(const xlist* list);
 
 /** @return position from the head, 0 for the head; -1 for an element that is not in the list.
@@ -77,7 +80,9 @@ ZOL_API void xlist_insert(xlist* list, void* elem, void* before, size_t linkOffs
 /** Puts `elem` behind `after`, or at the head where that is null. */
 ZOL_API void xlist_append(xlist* list, void* elem, void* after, size_t linkOffset);
 
+/** Puts `elem` at the head. */
 ZOL_API void xlist_add_head(xlist* list, void* elem, size_t linkOffset);
+/** Puts `elem` at the tail. */
 ZOL_API void xlist_add_tail(xlist* list, void* elem, size_t linkOffset);
 
 /** Takes `elem` out and clears its links. That it is in the list is not checked. */
@@ -156,21 +161,26 @@ template <class T>
 class CListElem {
   public:
     CListElem() : m_previous(nullptr), m_next(nullptr) {}
-    // Links belong to one object: a copy is in no list, and assigning leaves both where they are.
+    /** Links belong to one object: a copy is in no list. */
     CListElem(const CListElem&) : CListElem() {}
+    /** Leaves both where they are. */
     // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): there is nothing to assign
     CListElem& operator=(const CListElem&) { return *this; }
 
+    /** @return the element before, null at the head */
     T* previous() const { return static_cast<T*>(m_previous); }
+    /** @return the element behind, null at the tail */
     T* next() const { return static_cast<T*>(m_next); }
 
     /** @return the head of the list, null when it is empty */
     static T* first(const xlist& list) { return object(list.head); }
     /** @return the tail of the list, null when it is empty */
     static T* last(const xlist& list) { return object(list.tail); }
+    /** Adds at the tail. */
     static void append(xlist& list, CListElem& element) { xlist_add_tail(&list, &element, 0); }
+    /** Takes an element out of the list, in which it must be. */
     static void remove(xlist& list, CListElem& element) { xlist_remove(&list, &element, 0); }
-    /** Walks the list. */
+    /** @return whether the element is in the list, which is walked */
     static bool isIn(const xlist& list, const CListElem& element) {
         return xlist_is_element(&list, &element, 0) != 0;
     }

@@ -63,6 +63,7 @@ class ZOL_API CDynLib {
     CDynLib() : m_handle(nullptr) {}
     /** Opens the library; isOpen() tells how that went. */
     explicit CDynLib(const char* file);
+    /** Has the name, but is closed. */
     CDynLib(const CDynLib& other) : m_name(other.m_name), m_handle(nullptr) {}
     CDynLib& operator=(const CDynLib&) = delete;
     ~CDynLib();
@@ -70,6 +71,7 @@ class ZOL_API CDynLib {
     /** @return the file that was opened, kept by close(); empty for the main program, and after an
      *          open() that failed */
     const CStr& getName() const { return m_name; }
+    /** @return whether a library is open */
     bool isOpen() const { return m_handle != nullptr; }
 
     /**

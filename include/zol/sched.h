@@ -70,23 +70,23 @@ class ZOL_API IScheduleClient {
 
 /** A client that is registered with a scheduler. Owned by the scheduler until delUser(). */
 struct sched_user_s {
-    zol::IScheduleClient* client;
-    void* context;
+    zol::IScheduleClient* client; /**< who is called; not owned */
+    void* context;                /**< handed to the client as it is */
 };
 
 namespace zol {
 
 /** One schedule of a user, on one day or several. */
 struct CSchedulableEvent {
-    sched_info_t info;
+    sched_info_t info;  /**< when to call */
     sched_user_s* user; /**< null: nobody is called */
 };
 
 /** An element of a list that ends with null. */
 template <class T>
 struct CSimpleListElem {
-    T value;
-    CSimpleListElem* next;
+    T value;               /**< what the element holds */
+    CSimpleListElem* next; /**< null at the end */
 };
 
 /** An order of values. Slot order is part of the binary interface. */

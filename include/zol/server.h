@@ -107,9 +107,11 @@ class ZOL_API CServer : public CEventCallback {
      *  the list, which is not touched */
     int deleteConnection(CConnection& connection);
 
+    /** @return the name that was given, for the log */
     const char* getName() const { return m_name; }
     /** @return the listening socket; -1 when there is none */
     int getFd() const { return m_fd; }
+    /** @return the loop */
     evlp_thread_str* getThread() const { return m_thread; }
     /** @return the connections, for CConnection::first() and next() */
     const xlist& getConnections() const { return m_connections; }
@@ -153,6 +155,7 @@ class ZOL_API CConnection : public CListElem<CConnection>, public CEventCallback
      *  again. Logs "Close ... connection" at priority 6. */
     virtual void close();
 
+    /** @return the server that owns the connection */
     CServer& getServer() const { return m_server; }
     /** @return a number that no other connection of the process has, counted from 0 */
     int getId() const { return m_id; }
@@ -160,14 +163,17 @@ class ZOL_API CConnection : public CListElem<CConnection>, public CEventCallback
     int getFd() const { return m_fd; }
     /** @return AF_UNIX, AF_INET or AF_INET6 */
     unsigned short getFamily() const { return m_family; }
+    /** @return as xsock_get_info(); good as long as the connection */
     const char* getLocalAddr() const { return m_localAddr; }
     /** @return network byte order */
     unsigned short getLocalPort() const { return m_localPort; }
+    /** @return as xsock_get_info(); good as long as the connection */
     const char* getPeerAddr() const { return m_peerAddr; }
     /** @return network byte order */
     unsigned short getPeerPort() const { return m_peerPort; }
 
   protected:
+    /** @return what watches the socket */
     CEvent& getEvent() { return m_event; }
 
   private:

@@ -124,6 +124,7 @@ ZOL_API xstr* xstr_copy(xstr* s, const xstr* source);
  * static buf is too small" at priority 5.
  */
 ZOL_API int xstr_vformat(xstr* s, const char* format, va_list args) ZOL_PRINTF(2, 0);
+/** xstr_vformat() with the arguments themselves. */
 ZOL_API int xstr_format(xstr* s, const char* format, ...) ZOL_PRINTF(2, 3);
 
 /**
@@ -137,6 +138,7 @@ ZOL_API int xstr_find(const xstr* s, const char* needle, unsigned from);
 /** @return index of the last match, which may overlap others; -1 for none */
 ZOL_API int xstr_find_last(const xstr* s, const char* needle);
 
+/** @{ */
 /**
  * Trimming takes off the bytes that are in `set`; a null `set` stands for the blanks " \f\n\r\t\v".
  * The right trim never takes off the first byte; the left trim may leave a text of length 0.
@@ -145,6 +147,7 @@ ZOL_API int xstr_find_last(const xstr* s, const char* needle);
 ZOL_API xstr* xstr_ltrim(xstr* s, const char* set);
 ZOL_API xstr* xstr_rtrim(xstr* s, const char* set);
 ZOL_API xstr* xstr_trim(xstr* s, const char* set);
+/** @} */
 
 /**
  * Replaces every `from` by `to`, left to right; what was put in is not searched again.
@@ -203,16 +206,21 @@ namespace zol {
 class ZOL_API CStr {
   public:
     CStr() { xstr_init(&m_str); }
+    /** As set(). */
     CStr(const char* text, int len = -1) : CStr() { xstr_set(&m_str, text, len); }
+    /** Shares the text of `other`. */
     CStr(const CStr& other) : CStr() { xstr_copy(&m_str, &other.m_str); }
+    /** Takes the text of `other`, which is empty then. */
     CStr(CStr&& other) noexcept : m_str(other.m_str) { xstr_init(&other.m_str); }
     ~CStr() { xstr_free(&m_str); }
 
+    /** Shares the text of `other`. */
     CStr& operator=(const CStr& other) {
         xstr_copy(&m_str, &other.m_str);
         return *this;
     }
 
+    /** Takes the text of `other`, which is empty then. */
     CStr& operator=(CStr&& other) noexcept {
         if (this != &other) {
             xstr_free(&m_str);
@@ -222,6 +230,7 @@ class ZOL_API CStr {
         return *this;
     }
 
+    /** As set(). */
     CStr& operator=(const char* text) {
         xstr_set(&m_str, text, -1);
         return *this;
@@ -234,28 +243,38 @@ class ZOL_API CStr {
     const char* get() const { return m_str; }
     /** @return the handle, for the xstr_ functions */
     xstr* handle() { return &m_str; }
+    /** @return the handle, for the xstr_ functions that only read */
     const xstr* handle() const { return &m_str; }
 
+    /** As xstr_get_length(). */
     int getLength() const { return xstr_get_length(&m_str); }
+    /** As xstr_is_empty(). */
     bool isEmpty() const { return xstr_is_empty(&m_str) != 0; }
+    /** As xstr_compare(). */
     int compare(const char* rhs) const { return xstr_compare(&m_str, rhs); }
+    /** As xstr_find(). */
     int find(const char* needle, unsigned from = 0) const {
         return xstr_find(&m_str, needle, from);
     }
+    /** As xstr_find_last(). */
     int findLast(const char* needle) const { return xstr_find_last(&m_str, needle); }
 
+    /** As xstr_set(). @return this string */
     CStr& set(const char* text, int len = -1) {
         xstr_set(&m_str, text, len);
         return *this;
     }
+    /** As xstr_concat(). @return this string */
     CStr& concat(const char* text, int len = -1) {
         xstr_concat(&m_str, text, len);
         return *this;
     }
+    /** As xstr_trim(). @return this string */
     CStr& trim(const char* set = nullptr) {
         xstr_trim(&m_str, set);
         return *this;
     }
+    /** As xstr_replace(). @return this string */
     CStr& replace(const char* from, const char* to) {
         xstr_replace(&m_str, from, to);
         return *this;
@@ -268,6 +287,8 @@ class ZOL_API CStr {
     xstr m_str;
 };
 
+/** @{ */
+/** Texts are compared as by xstr_compare(), up to a NUL in them. */
 inline bool operator==(const CStr& lhs, const CStr& rhs) {
     return lhs.compare(rhs.get()) == 0;
 }
@@ -289,6 +310,7 @@ inline bool operator!=(const char* lhs, const CStr& rhs) {
 inline bool operator<(const CStr& lhs, const CStr& rhs) {
     return lhs.compare(rhs.get()) < 0;
 }
+/** @} */
 
 }  // namespace zol
 

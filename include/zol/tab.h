@@ -107,17 +107,21 @@ template <class T, int N = 8, class H = xtabh_s>
 class CTab {
   public:
     CTab() : m_table(nullptr) {}
+    /** Shares the elements of `other`. */
     CTab(const CTab& other) : m_table(nullptr) { share(other); }
+    /** Takes the elements of `other`, which is empty then. */
     CTab(CTab&& other) noexcept : m_table(other.m_table) { other.m_table = nullptr; }
     ~CTab() { empty(); }
 
-    // `other` may live in an element of this table, and go with it: so it is left first.
+    /** Shares the elements of `other`, which may live in an element of this table and go with
+     *  it: so it is left first. */
     CTab& operator=(const CTab& other) {
         CTab copy(other);
         swap(copy);
         return *this;
     }
 
+    /** Takes the elements of `other`, which is empty then. */
     CTab& operator=(CTab&& other) noexcept {
         CTab taken(static_cast<CTab&&>(other));
         swap(taken);
@@ -134,12 +138,16 @@ class CTab {
         return elements();
     }
 
+    /** @return number of elements */
     int getCount() const { return m_table == nullptr ? 0 : header()->count; }
+    /** @return whether there are no elements */
     bool isEmpty() const { return getCount() == 0; }
 
     /** @return an element for reading; `index` must lie in the table */
     const T& operator[](int index) const { return elements()[index]; }
+    /** For loops over the elements, for reading. */
     const T* begin() const { return elements(); }
+    /** Behind the last element. */
     const T* end() const { return elements() + getCount(); }
 
     /**
@@ -147,6 +155,7 @@ class CTab {
      * -1 means at the end. @return the new count; -1 when there is no memory
      */
     int insert(int index, const T& value);
+    /** insert() at the end. @return as insert() */
     int append(const T& value) { return insert(-1, value); }
 
     /**

@@ -33,7 +33,9 @@ class CTimer {
     CTimer(const CTime& period, CEventCallback* callback)
         : m_period(period), m_callback(callback) {}
 
+    /** @return the period as it was given */
     const CTime& getPeriod() const { return m_period; }
+    /** @return what is called, not owned */
     CEventCallback* getCallback() const { return m_callback; }
 
   private:

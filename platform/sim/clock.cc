@@ -144,10 +144,19 @@ int readDay(Record* record, void* zone) {
     return 0;
 }
 
+#ifdef TIME_UTC  // which C libraries of before C11 do not have
 template <typename Record>
 int readBase(Record* record, int base) {
     return base == TIME_UTC && readClock(CLOCK_REALTIME, record) == 0 ? base : 0;
 }
+#endif
+
+// What the C library declares of the zone that nobody asks for any more.
+#ifdef __UCLIBC__
+using Zone = struct timezone;
+#else
+using Zone = void;
+#endif
 
 }  // namespace
 
@@ -194,13 +203,15 @@ EVLP_API int clock_gettime(clockid_t clock, timespec* result) noexcept {
     return readClock(clock, result);
 }
 
-EVLP_API int gettimeofday(timeval* result, void* zone) noexcept {
+EVLP_API int gettimeofday(timeval* result, Zone* zone) noexcept {
     return readDay(result, zone);
 }
 
+#ifdef TIME_UTC
 EVLP_API int timespec_get(timespec* result, int base) noexcept {
     return readBase(result, base);
 }
+#endif
 
 EVLP_API int sysinfo(struct sysinfo* result) noexcept {
     if (syscall(SYS_sysinfo, result) < 0) {

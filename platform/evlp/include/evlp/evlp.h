@@ -49,6 +49,7 @@
 
 #include <stdint.h>
 
+/** Marks what the shared library offers. */
 #if defined(__GNUC__)
 #define EVLP_API __attribute__((visibility("default")))
 #else
@@ -160,7 +161,9 @@ EVLP_API evlp_ctx_str* fd_openCtx(evlp_thread_str* loop, evlp_fd_fn fn, void* us
  *                   closed descriptor (EBADF), exhausted memory
  */
 EVLP_API int fd_startCtx(evlp_ctx_str* ctx, int timeoutMs);
+/** Disarms a descriptor context, which may be armed again. */
 EVLP_API int fd_stopCtx(evlp_ctx_str* ctx);
+/** Disarms and releases a descriptor context. */
 EVLP_API int fd_closeCtx(evlp_ctx_str* ctx);
 
 /**
@@ -185,7 +188,9 @@ EVLP_API evlp_ctx_str* timer_openCtx(evlp_thread_str* loop, evlp_fn fn, void* us
  * late loop does not have to catch up.
  */
 EVLP_API int timer_startCtx(evlp_ctx_str* ctx, int64_t delayMs);
+/** Disarms a timer context, which may be armed again. */
 EVLP_API int timer_stopCtx(evlp_ctx_str* ctx);
+/** Disarms and releases a timer context. */
 EVLP_API int timer_closeCtx(evlp_ctx_str* ctx);
 
 /**
@@ -205,7 +210,9 @@ EVLP_API evlp_ctx_str* sig_openCtx(evlp_thread_str* loop, evlp_fn fn, void* user
  * before the callback runs count as one.
  */
 EVLP_API int sig_startCtx(evlp_ctx_str* ctx);
+/** Disarms a signal context, which may be armed again. */
 EVLP_API int sig_stopCtx(evlp_ctx_str* ctx);
+/** Disarms and releases a signal context. */
 EVLP_API int sig_closeCtx(evlp_ctx_str* ctx);
 
 #ifdef __cplusplus

@@ -171,15 +171,15 @@ typedef enum evlp_sim_function {
 
 /** A call of the service, as it was made. */
 typedef struct evlp_sim_call {
-    evlp_sim_function function;
-    int64_t time;          /**< evlp_sim_now() */
-    evlp_thread_str* loop; /**< argument or result; null for functions that take a context */
-    evlp_ctx_str* ctx;     /**< argument or result; it may be closed by now */
-    void* user;            /**< of the open functions */
-    char name[32];         /**< of EVLP_SIM_OPEN_THREAD, cut */
-    int64_t arguments[6];  /**< the numbers, in the order of the parameters */
-    int argumentCount;
-    int error; /**< errno of a failure; 0: it succeeded */
+    evlp_sim_function function; /**< which one */
+    int64_t time;               /**< evlp_sim_now() */
+    evlp_thread_str* loop;      /**< argument or result; null for functions that take a context */
+    evlp_ctx_str* ctx;          /**< argument or result; it may be closed by now */
+    void* user;                 /**< of the open functions */
+    char name[32];              /**< of EVLP_SIM_OPEN_THREAD, cut */
+    int64_t arguments[6];       /**< the numbers, in the order of the parameters */
+    int argumentCount;          /**< how many numbers there are */
+    int error;                  /**< errno of a failure; 0: it succeeded */
 } evlp_sim_call;
 
 /** Whether calls are recorded; at first they are not. Turning it on forgets former records. When
@@ -215,13 +215,13 @@ typedef enum evlp_sim_kind { EVLP_SIM_TIMER, EVLP_SIM_DESCRIPTOR, EVLP_SIM_SIGNA
 
 /** Something that is armed. */
 typedef struct evlp_sim_armed {
-    evlp_thread_str* loop;
-    evlp_ctx_str* ctx;
-    void* user;
-    evlp_sim_kind kind;
-    int number; /**< the descriptor or signal; -1 for a timer */
-    int mode;   /**< of a descriptor: EVLP_READ and EVLP_WRITE */
-    int priority;
+    evlp_thread_str* loop; /**< the loop that will call */
+    evlp_ctx_str* ctx;     /**< what is armed */
+    void* user;            /**< what the callback gets */
+    evlp_sim_kind kind;    /**< timer, descriptor or signal */
+    int number;            /**< the descriptor or signal; -1 for a timer */
+    int mode;              /**< of a descriptor: EVLP_READ and EVLP_WRITE */
+    int priority;          /**< a lower number is called first */
     int64_t due; /**< evlp_sim_now() will be this; of a descriptor when it will have been idle
                       too long; -1: never */
 } evlp_sim_armed;

@@ -69,6 +69,7 @@
 
 #include <stdint.h>
 
+/** Marks what the shared library offers. */
 #if defined(__GNUC__)
 #define XEXEC_API __attribute__((visibility("default")))
 #else
@@ -133,15 +134,15 @@ enum {
 typedef struct xexec_s {
     int32_t pid;        /**< of the running child; 0: none */
     xexec_child* child; /**< the service's own */
-    int32_t unused0;
+    int32_t unused0;    /**< zero */
     char name[52]; /**< of the command, for log lines: its file name, or the beginning of a line */
     xexec_fn fn;   /**< called when the child has ended; null: nothing is, needs no loop */
     void* context; /**< handed to `fn` */
-    void* unused1;
-    struct evlp_thread_str* loop;
-    unsigned char priority; /**< in the loop: 0 (first) to 255 (last) */
-    unsigned char unused2[47];
-    char user[32];  /**< name of the user to run as; empty: the parent's */
+    void* unused1; /**< zero */
+    struct evlp_thread_str* loop; /**< on which `fn` is called; null: none */
+    unsigned char priority;       /**< in the loop: 0 (first) to 255 (last) */
+    unsigned char unused2[47];    /**< zero */
+    char user[32];                /**< name of the user to run as; empty: the parent's */
     char group[32]; /**< name of the group to run as; empty: the user's, or the parent's */
 } xexec_s;
 
