@@ -4,6 +4,9 @@
 
 include_guard()
 
+include(CheckSymbolExists)
+check_symbol_exists(__UCLIBC__ features.h ZOL_UCLIBC)
+
 # Public headers hold timeval, timespec and tm: 32-bit builds, ours and the users', need 64-bit
 # time. Carried as usage requirements of the targets and by the pkg-config file.
 set(ZOL_TIME64_DEFINITIONS "")
@@ -66,9 +69,13 @@ function(zol_shared_library name map)
             target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/platform/runtime/arm_unwind.c)
         endif()
     endif()
-    # Small: no padding between code and constants, and no table of jumps to other libraries, which
-    # on 32-bit x86 takes more room than calls through the addresses themselves.
+    # Small: no padding between code and constants, one table of names rather than two, and no table
+    # of jumps to other libraries, which on 32-bit x86 takes more room than calls through the
+    # addresses themselves.
     target_link_options(${name} PRIVATE $<$<CONFIG:MinSizeRel>:LINKER:-z,noseparate-code>)
+    if(NOT ZOL_UCLIBC)  # whose loader may be configured not to know it
+        target_link_options(${name} PRIVATE $<$<CONFIG:MinSizeRel>:LINKER:--hash-style=gnu>)
+    endif()
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "^i.86$")
         target_compile_options(${name} PRIVATE $<$<CONFIG:MinSizeRel>:-fno-plt>)
     endif()
