@@ -75,7 +75,11 @@ INSTANTIATE_TEST_SUITE_P(BothLibraries, SimClockOf,
                          ::testing::Values(readClocksAsBuilt, readClocksPlain));
 
 TEST_F(SimClock, IsThatOfObjectsWithSecondsOfEitherSize) {
+#ifdef __UCLIBC__  // which has nothing else on 32 bits
+    EXPECT_EQ(static_cast<int>(sizeof(void*)), readClocksAsBuilt().secondsSize);
+#else
     EXPECT_EQ(8, readClocksAsBuilt().secondsSize);
+#endif
 #ifdef __TIMESIZE  // what glibc has without any definitions
     EXPECT_EQ(__TIMESIZE / 8, readClocksPlain().secondsSize);
 #else
@@ -86,14 +90,12 @@ TEST_F(SimClock, IsThatOfObjectsWithSecondsOfEitherSize) {
 TEST_F(SimClock, BeyondTheYear2038IsAnErrorWhereSecondsAreTooSmall) {
     evlp_sim_setDate(4102444800 * kSecond);  // 2100
 
-    EXPECT_EQ(4102444800 * kSecond, readClocksAsBuilt().time);
-    EXPECT_EQ(4102444800 * kSecond, readClocksAsBuilt().realtime);
-    EXPECT_EQ(4102444800 * kSecond, readClocksAsBuilt().day);
-    if (readClocksPlain().secondsSize == 4) {
-        EXPECT_EQ(-1 * kSecond, readClocksPlain().time);
-        EXPECT_EQ(-1, readClocksPlain().realtime);
-        EXPECT_EQ(0, readClocksPlain().day);
-        EXPECT_EQ(-1, readClocksPlain().utc);
+    for (const ClockReadings& read : {readClocksAsBuilt(), readClocksPlain()}) {
+        const bool isTooSmall = read.secondsSize == 4;
+        EXPECT_EQ(isTooSmall ? -1 * kSecond : 4102444800 * kSecond, read.time);
+        EXPECT_EQ(isTooSmall ? -1 : 4102444800 * kSecond, read.realtime);
+        EXPECT_EQ(isTooSmall ? 0 : 4102444800 * kSecond, read.day);
+        EXPECT_EQ(isTooSmall ? -1 : 4102444800 * kSecond, read.utc);
     }
 }
 
@@ -138,7 +140,9 @@ TEST_F(SimClock, RefusesClocksThatThereAreNot) {
     timespec time = {};
 
     EXPECT_EQ("-1 EINVAL", outcome(clock_gettime(4711, &time)));
+#ifdef TIME_UTC
     EXPECT_EQ(0, timespec_get(&time, 4711));
+#endif
 }
 
 TEST_F(SimClock, AnswersTheRestOfSysinfoFromTheSystem) {

@@ -100,5 +100,6 @@ bool isMapped(const std::string& path) {
 std::string loadersReason(const std::string& path) {
     void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
     EXPECT_EQ(nullptr, library) << path << " can be opened";
-    return library == nullptr ? dlerror() : "";
+    const char* const reason = dlerror();  // null, where the loader has none
+    return reason == nullptr ? "unknown error" : reason;
 }

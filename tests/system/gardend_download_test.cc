@@ -106,11 +106,13 @@ TEST_F(Download, IsNotPossibleFromTheFuture) {
     EXPECT_EQ(403, status(kAddress, kStamp - 1000000));
 }
 
+#ifndef __UCLIBC__  // whose clock has no more
 // The stamp has 32 bits; a clock has more.
 TEST_F(Download, GoesOnWhenTheStampBeginsAnew) {
     EXPECT_EQ(200, status(kAddress, kStamp + (time_t{1} << 32)));
     EXPECT_EQ(410, status(kAddress, kStamp + (time_t{1} << 32) + 601));
 }
+#endif
 
 TEST_F(Download, NeedsAnAddressThatWasMadeHere) {
     EXPECT_EQ(200, status(address()));

@@ -185,11 +185,13 @@ TEST(GetDownloadURI, StampsEightLowercaseDigits) {
     EXPECT_NE(std::string::npos, text(getDownloadURI("k", "", "p")).find("/00000000/"));
 }
 
+#ifndef __UCLIBC__  // whose seconds have 32 bits
 TEST(GetDownloadURI, KeepsEightDigitsAfterTheYear2106) {
     now = 0x100000002;
 
     EXPECT_EQ(text(md5Encode("k/p00000002")) + "/00000002/p", text(getDownloadURI("k", "", "p")));
 }
+#endif
 
 TEST(GetDownloadURI, TakesAnEmptyPathAndKey) {
     now = 16;
