@@ -11,7 +11,8 @@ read_release() {
 
 # Packs what belongs to the tree, and nothing that was built in it.
 pack_sources() {  # ARCHIVE
-    git ls-files -z --cached --others --exclude-standard | LC_ALL=C sort -z |
+    git ls-files -z --cached --others --exclude-standard | LC_ALL=C sort -zu |
+        LC_ALL=C comm -z -23 - <(git ls-files -z --deleted | LC_ALL=C sort -z) |
         tar --null --files-from - --create --mtime "@$SOURCE_DATE_EPOCH" --owner 0 --group 0 \
             --numeric-owner --mode u+w,go-w,a+rX --transform "s,^,zol-$release/," |
         gzip -9n >"$1"
@@ -27,12 +28,13 @@ build_packages() {  # ARCHIVE FOLDER
     cmake -S "$source" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
         -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$architecture" \
         -DCMAKE_SKIP_RPATH=ON -DCMAKE_C_FLAGS="$flags" -DCMAKE_CXX_FLAGS="$flags" \
-        -DZOL_DEBIAN_PACKAGES=ON -DZOL_BUILD_DOCS=ON -DZOL_BUILD_TESTS=OFF \
-        -DZOL_BUILD_EXAMPLES=OFF >/dev/null
+        -DZOL_DEBIAN_PACKAGES=ON -DZOL_BUILD_DOCS=ON -DZOL_BUILD_TESTS=OFF >/dev/null
+    # What runs while it is built, and dpkg-shlibdeps, find the libraries where they are not
+    # installed yet.
+    local -x LD_LIBRARY_PATH=$build/platform/evlp:$build/platform/xexec:$build
     cmake --build "$build" -j "$jobs" -- --quiet
-    # dpkg-shlibdeps looks for the services where they are not installed yet.
-    (cd "$build" && LD_LIBRARY_PATH=$build/platform/evlp:$build/platform/xexec:$build \
-        fakeroot cpack) >"$build/cpack.log" || { cat "$build/cpack.log" && return 1; }
+    (cd "$build" && fakeroot cpack) >"$build/cpack.log" 2>&1 ||
+        { cat "$build/cpack.log" && return 1; }
 }
 
 # The recipes, once the archive that they fetch is there: they name its checksum.
@@ -72,20 +74,26 @@ make_packages() {
 make_clean_debian() {  # FOLDER
     local folder=$1 log=$PWD/build/chroot/debootstrap.log mirror
     [[ ! -e $folder/complete ]] || return 0
-    mirror=$(sed -nE 's,^(URIs:|deb( \[.*\])?) *(https?://[^ ]*debian/?)( .*)?$,\3,p' \
-        /etc/apt/sources.list /etc/apt/sources.list.d/*.sources 2>/dev/null | head -1)
+    mirror=$(grep -rhE '^(URIs:|deb )' /etc/apt/sources.list* |
+        grep -oE 'https?://[^ ]*/debian/?( |$)' | sed -n '1s/ *$//p') || true
     rm -rf "$folder"
     mkdir -p "$folder" build/chroot/debs
     echo "Making a clean Debian in $folder"
     debootstrap --variant=minbase --include=g++,pkg-config,man-db,cmake,make \
         --cache-dir="$PWD/build/chroot/debs" bookworm "$folder" \
-        "${mirror:-http://deb.debian.org/debian}" >"$log" || { tail "$log" && return 1; }
+        "${mirror:-http://deb.debian.org/debian}" >"$log" 2>&1 || { tail "$log" && return 1; }
     touch "$folder/complete"
 }
 
 # The files of a system, but for caches and what we put there.
 list_files() {  # FOLDER
     (cd "$1" && find etc usr var/lib/dpkg/info | LC_ALL=C sort)
+}
+
+# What a command says is shown only when it fails.
+quietly() {  # COMMAND...
+    local said
+    said=$("$@" 2>&1) || { echo "$said" >&2 && return 1; }
 }
 
 # Refuses to go on when a command succeeds that must not.
@@ -104,8 +112,13 @@ try_packages() {
     local debian=$PWD/build/chroot/trial package release run
     need "${needs_chroot[@]}"
     read_release
-    compgen -G "build/package/*_${release}_*.deb" >/dev/null || make_packages
     ((EUID == 0)) || { echo "A chroot needs root" >&2 && return 1; }
+    mkdir -p build/chroot
+    pack_sources build/chroot/sources.tar.gz
+    if ! cmp -s build/chroot/sources.tar.gz "build/package/zol-$release.tar.gz" ||
+        ! compgen -G "build/package/*_${release}_*.deb" >/dev/null; then
+        make_packages
+    fi
     make_clean_debian "$PWD/build/chroot/debian"
     rm -rf "$debian"
     cp -a --reflink=auto build/chroot/debian "$debian"
@@ -116,25 +129,26 @@ try_packages() {
         DEBIAN_FRONTEND=noninteractive chroot "$debian")
 
     echo "- installing"
-    "${run[@]}" sh -c 'apt-get -qq install --no-install-recommends /packages/*.deb' >/dev/null
+    quietly "${run[@]}" sh -c 'apt-get -y install --no-install-recommends /packages/*.deb'
     "${run[@]}" dpkg --audit
     for package in libzol1 libzol-dev zol-tools; do
         "${run[@]}" dpkg --verify "$package"
-        "${run[@]}" dpkg-query -W -f '  ${Package} ${Version}, ${Installed-Size} kB: ${Depends}\n' \
-            "$package"
+        "${run[@]}" dpkg-query -W \
+            -f '${Package} ${Version}, ${Installed-Size} kB, needs ${Depends}\n' "$package"
     done
 
     echo "- programs as zol(3) says"
-    "${run[@]}" man 3 xstr_set | grep -q 'xstr_set' 
+    "${run[@]}" man 3 xstr_set >build/chroot/page
+    grep -q "zol/str.h" build/chroot/page
     "${run[@]}" /packages/manual_test.sh
     echo "- the programs of the guide, as its page says"
-    "${run[@]}" sh -ec 'cmake -S /usr/share/doc/zol/examples/guide -B /guide
-        cmake --build /guide -j 2' >/dev/null
+    quietly "${run[@]}" sh -ec 'cmake -S /usr/share/doc/zol/examples/guide -B /guide
+        cmake --build /guide'
     [[ $("${run[@]}" /guide/1_text_c "kitchen 40") == "kitchen: 40 W"* ]]
 
     echo "- removing"
     must_fail "dependency problems" "${run[@]}" dpkg --remove libzol1
-    "${run[@]}" apt-get -qq purge libzol1 >/dev/null
+    quietly "${run[@]}" apt-get -y purge libzol1
     must_fail libzol.so.1 "${run[@]}" /guide/1_text_c
     for package in libzol-dev zol-tools; do
         must_fail "no packages found" "${run[@]}" dpkg-query -W "$package"

@@ -13,6 +13,7 @@ needs_test=(
     "${needs_demo[@]}" "${needs_i386[@]}" googletest=/usr/src/googletest/CMakeLists.txt
     valgrind=valgrind libc6-dbg=/usr/lib/debug/.build-id python3=/usr/bin/python3
     pkg-config=pkg-config make=make openssl=openssl chromium=chromium gdb=gdb "${needs_docs[@]}"
+    python3-kconfiglib=/usr/lib/python3/dist-packages/kconfiglib.py
 )
 needs_toolchain=(qemu-user=qemu-arm make=make xz-utils=xz)
 needs_abi=("${needs_build[@]}" "${needs_i386[@]}" abigail-tools=abidiff)

@@ -9,10 +9,10 @@
  *
  * @section compiling Compiling and linking
  *
- * pkg-config knows what compilers need, as the module `zol`; the services of which programs call functions themselves
- * are the modules `evlp` and `xexec`, and `evlp_sim`, the loop on a virtual clock, comes before all others. In CMake
- * find_package(zol) makes the targets `zol::zol`, `zol::evlp`, `zol::xexec`, `zol::evlp_sim` and, for plug-ins,
- * `zol::plugin`.
+ * pkg-config knows what compilers need, as the module `zol`; the services of which programs call
+ * functions themselves are the modules `evlp` and `xexec`, and `evlp_sim`, the loop on a virtual
+ * clock, comes before all others. In CMake find_package(zol) makes the targets `zol::zol`,
+ * `zol::evlp`, `zol::xexec`, `zol::evlp_sim` and, for plug-ins, `zol::plugin`.
  *
  * @section examples Examples
  *

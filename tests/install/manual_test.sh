@@ -22,7 +22,7 @@ mkdir "$work/reader"
 cd "$work/reader"
 LC_ALL=C MANWIDTH=100 man 3 zol >../page
 # Examples are indented further than text, which names the file of a program at its end.
-section= file=
+section="" file=""
 while IFS= read -r line; do
     case $line in
         [A-Z]*) section=$line ;;
@@ -38,8 +38,9 @@ done <../page
 
 programs=(*.c *.cc)
 ((${#programs[@]} == 2))
-grep '^\$ ' transcript | while IFS= read -r command; do
+grep . transcript >wanted
+grep '^\$ ' wanted | while IFS= read -r command; do
     echo "$command"
     bash -euc "${command#\$ }" </dev/null 2>&1
 done | tee replayed
-diff <(grep . transcript) replayed
+diff wanted replayed
