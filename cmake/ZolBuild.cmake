@@ -33,6 +33,9 @@ if(ZOL_SANITIZE)
     )
     target_link_options(zol_build_flags INTERFACE -fsanitize=${ZOL_SANITIZE})
 endif()
+if(ZOL_UCLIBC)  # whose loader knows $ORIGIN, by which what is installed finds the rest, here only
+    target_link_options(zol_build_flags INTERFACE LINKER:--disable-new-dtags)
+endif()
 
 # zol_shared_library(NAME MAP SOURCES...): one of our shared objects. Its dynamic symbol table
 # holds what MAP lists and nothing else.
@@ -82,8 +85,8 @@ function(zol_shared_library name map)
 endfunction()
 
 # zol_runs_no_callbacks(SOURCES...): names sources from which no callback of the application can be
-# reached, so that no exception ever passes their functions. In small builds those go without the
-# tables that it would need.
+# reached, a stream's included, so that no exception ever passes their functions. In small builds
+# they go without the tables for unwinding.
 function(zol_runs_no_callbacks)
     set_property(
         SOURCE ${ARGN}

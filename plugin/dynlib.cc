@@ -8,6 +8,16 @@
 
 #include "core/diag.h"
 
+namespace {
+
+// Why the loader has just refused. Some loaders do not always say.
+const char* loadersReason() {
+    const char* const reason = dlerror();
+    return reason == nullptr ? "unknown error" : reason;
+}
+
+}  // namespace
+
 namespace zol {
 
 CDynLib::CDynLib(const char* file) : m_handle(nullptr) {
@@ -28,7 +38,8 @@ bool CDynLib::open(const char* file) {
     const bool isNamed = file == nullptr || name == file;  // else there was no memory
     void* const opened = isNamed ? dlopen(file, RTLD_NOW | RTLD_GLOBAL) : nullptr;
     if (opened == nullptr) {
-        DIAGF(LOG_ERR, "Cannot open dynamic library: %s", isNamed ? dlerror() : strerror(ENOMEM));
+        DIAGF(LOG_ERR, "Cannot open dynamic library: %s",
+              isNamed ? loadersReason() : strerror(ENOMEM));
         name.set("");
     }
     void* const before = m_handle;

@@ -35,11 +35,17 @@ make_i686_compiler() {
     make_part i686-glibc cross_compiler i686-linux-gnu
 }
 
-# Makes the folder NAME once. What is in it holds paths, so one that has moved is made anew.
+# Makes the folder NAME once. What is in it holds paths, so one that has moved is made anew; and so is
+# one that was made in another way than now.
 make_part() {  # NAME FUNCTION ARGUMENTS...
-    local name=$1 folder=$toolchains/$1 status
+    local name=$1 folder=$toolchains/$1 made status
     shift
-    [[ $(cat "$folder/complete" 2>/dev/null) == "$folder" ]] && return
+    if [[ $folder == *[[:space:]]* ]]; then
+        echo "Compilers cannot be made in $folder: gcc's specs have no words with blanks." >&2
+        return 1
+    fi
+    made="$folder $(cat scripts/toolchain.sh cmake/toolchains/{uclibc.config,find_object.c} | cksum)"
+    [[ $(cat "$folder/complete" 2>/dev/null) == "$made" ]] && return
     echo "Making $folder" >&2
     rm -rf "$folder"
     mkdir -p "$folder"
@@ -56,7 +62,7 @@ make_part() {  # NAME FUNCTION ARGUMENTS...
         tail -n 20 "$folder/log" >&2
         return 1
     fi
-    echo "$folder" >"$folder/complete"
+    echo "$made" >"$folder/complete"
 }
 
 # --- Debian packages, of any architecture ---

@@ -60,7 +60,7 @@ uint32_t mix(int round, uint32_t x, uint32_t y, uint32_t z) {
     }
 }
 
-// Of the block, a round takes every so manieth number, beginning with so manieth.
+// A round takes the numbers of the block in steps of kStride, beginning with kFirst.
 constexpr unsigned char kFirst[4] = {0, 1, 5, 0};
 constexpr unsigned char kStride[4] = {1, 5, 3, 7};
 

@@ -201,7 +201,7 @@ int ask(const Arguments& arguments, const char* line, const CPhrases& phrases) {
         complain(phrases, GARDEND_CANNOT_ASK, {strerror(errno)});
     }
     (void)fclose(answer);
-    return fflush(stdout) == 0 ? status : kFailed;
+    return fflush(stdout) == 0 && ferror(stdout) == 0 ? status : kFailed;
 }
 
 // Checks the command as gardend would do it, and hands it on.

@@ -16,6 +16,10 @@ namespace sim {
 
 namespace {
 
+// The years of which each second can be told in the C library's time_t.
+constexpr int kFirstYear = sizeof(time_t) == 4 ? 1902 : 0;
+constexpr int kLastYear = sizeof(time_t) == 4 ? 2037 : 9999;
+
 // Reads just that many digits. @return behind them; null when there are fewer
 const char* readDigits(const char* text, int count, int* value) {
     *value = 0;
@@ -42,9 +46,10 @@ bool readFields(const char* text, tm* fields) {
     if (text != nullptr && *text != '\0') {
         text = readPart(text, ':', &fields->tm_sec);
     }
+    const bool isCounted = kFirstYear <= fields->tm_year && fields->tm_year <= kLastYear;
     fields->tm_year -= 1900;
     fields->tm_mon -= 1;
-    return text != nullptr && *text == '\0';
+    return text != nullptr && *text == '\0' && isCounted;
 }
 
 bool isSame(const tm& a, const tm& b) {
@@ -86,8 +91,8 @@ time_t localTime(const tm& fields) {
 void formatDate(int64_t date, char (&text)[kDateSize]) {
     const time_t seconds = static_cast<time_t>(date / kUsPerSecond);
     tm fields = {};
-    (void)localtime_r(&seconds, &fields);
-    if (strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields) == 0) {
+    if (seconds != date / kUsPerSecond || localtime_r(&seconds, &fields) == nullptr ||
+        strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields) == 0) {
         text[0] = '\0';
     }
 }

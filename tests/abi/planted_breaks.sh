@@ -19,8 +19,8 @@ plant() {  # FILE SED_SCRIPT
 }
 
 mkdir "$work/tree"
-(cd "$source" && tar cf - CMakeLists.txt cmake include libzol.map bench/footprint \
-    cat core event net platform plugin sched util) | tar xf - -C "$work/tree"
+(cd "$source" && tar cf - CMakeLists.txt cmake docs/CMakeLists.txt include libzol.map \
+    bench/footprint tools/gdb cat core event net platform plugin sched util) | tar xf - -C "$work/tree"
 plant libzol.map 's/xsock_\*;/xsock_[!a]*;/'  # xsock_accept is gone
 plant include/zol/sched.h 's/^    virtual void onScheduledEvent/    virtual void onPlanted() {}\n&/'
 plant include/zol/server.h 's/^    const char\* m_name;/    int m_planted;\n&/'

@@ -8,8 +8,10 @@ library=$1
 shift
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-# Without the symbol versions, and with types that differ between word sizes (size_t) folded.
+# Without the symbol versions, and with types that differ between word sizes (size_t) folded; FILE
+# is another struct for uClibc.
 nm -D --defined-only "$library" | sed -n 's/.* [A-Za-z] //p' | sed 's/@.*//' | c++filt |
+    sed 's/\<__STDIO_FILE_STRUCT\>/_IO_FILE/g' |
     grep -v '^[A-Z_]*_[0-9.]*$' | LC_ALL=C sort -u >"$work/exported"
 grep -hv '^#' "$@" | LC_ALL=C sort -u >"$work/listed"
 [ -s "$work/listed" ]

@@ -6,14 +6,21 @@
 # usage: needs_libc_only.sh LIBRARY...
 set -eu
 for library; do
-    LC_ALL=C readelf -dW "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | while read -r needed; do
-        case $needed in
-            libevlp.so.* | libxexec.so.* | libc.so* | ld-linux*.so* | ld64-uClibc.so.* | ld-uClibc.so.*) ;;
-            *) echo "$(basename "$library") needs $needed" && exit 1 ;;
+    name=$(basename "$library")
+    dynamic=$(LC_ALL=C readelf -dW "$library")
+    symbols=$(nm -D --undefined-only "$library")
+    needed=$(echo "$dynamic" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+    libc=
+    for each in $needed; do
+        case $each in
+            libc.so*) libc=$each ;;
+            libevlp.so.* | libxexec.so.* | ld-linux*.so* | ld-uClibc.so.*) ;;
+            *) echo "$name needs $each" && exit 1 ;;
         esac
     done
-    if nm -D --undefined-only "$library" | grep -E ' (_Z|__cxa_(throw|guard|begin)|_Unwind_)'; then
-        echo "$(basename "$library") leaves these to a runtime of C++" && exit 1
+    [ -n "$libc" ] || { echo "$name does not even need the C library: $dynamic" && exit 1; }
+    if echo "$symbols" | grep -E ' (_Z|__cxa_(throw|guard|begin)|_Unwind_)'; then
+        echo "$name leaves these to a runtime of C++" && exit 1
     fi
-    echo "$(basename "$library"): the C library only"
+    echo "$name: the C library only"
 done

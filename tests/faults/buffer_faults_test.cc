@@ -143,12 +143,21 @@ TEST(AllocFaultsOfBase64, DecodeBufferFails) {
 
 // --- streams ---
 
+// Whether a stream is there if and only if there was memory for it.
+bool isAnswered(const FILE* stream, bool hasFaulted) {
+#ifdef __UCLIBC__  // streams do without a buffer, if need be
+    return stream != nullptr || hasFaulted;
+#else
+    return (stream == nullptr) == hasFaulted;
+#endif
+}
+
 TEST(AllocFaultsOfStreams, OpenKeepsTheTarget) {
     forEachFailingAllocation([] {
         OwnedStr s("old");
         const bool before = faulted();
         FILE* const stream = xstr_fopen(s, "w");
-        EXPECT_EQ(faulted() != before, stream == nullptr);
+        EXPECT_TRUE(isAnswered(stream, faulted() != before));
         if (stream != nullptr) {
             EXPECT_EQ(0, s.length());
             fclose(stream);
@@ -175,11 +184,16 @@ TEST(AllocFaultsOfStreams, OpenOnABufferKeepsTheTarget) {
 TEST(AllocFaultsOfStreams, OpenOnAText) {
     forEachFailingAllocation([] {
         FILE* const stream = xstr_fopen_cstr("abc", "r");
-        EXPECT_EQ(faulted(), stream == nullptr);
+        EXPECT_TRUE(isAnswered(stream, faulted()));
         if (stream != nullptr) {
             fclose(stream);
         }
     });
+}
+
+// Of a failure some C libraries tell by ferror(3) alone.
+bool writes(FILE* stream, const char* text) {
+    return fputs(text, stream) >= 0 && fflush(stream) == 0 && ferror(stream) == 0;
 }
 
 // A failed write is an error of the stream, and what was written before it stays.
@@ -190,11 +204,10 @@ void writeTwice(FILE* stream, Target& target) {
     }
     char buffer[16];
     setvbuf(stream, buffer, _IOFBF, sizeof buffer);
-    const bool first = fputs("abc", stream) >= 0 && fflush(stream) == 0;
+    const bool first = writes(stream, "abc");
     const int before = target.length();
     EXPECT_EQ(first ? 3 : 0, before);
-    const bool second =
-        fputs("0123456789012345678901234567890", stream) >= 0 && fflush(stream) == 0;
+    const bool second = writes(stream, "0123456789012345678901234567890");
     EXPECT_TRUE(faulted() || (first && second));
     if (first && second) {
         EXPECT_EQ(34, target.length());

@@ -55,6 +55,11 @@ int main() {
     xstr_copy(&shared, &text);
     noisy = reinterpret_cast<char*>(noise + 32);
 
+    xstr longText;  // longer than what gdb reads of one value
+    xstr_init(&longText);
+    memset(xstr_get_buffer(&longText, 200001), '-', 200000);
+    xstr_release_buffer(&longText, -1);
+
     const zol::CStr object("kitchen");
     const zol::CStr none;
 
@@ -100,6 +105,7 @@ int main() {
     CLamp::remove(lamps, hall);
     xsbuf_free(&table);
     xsbuf_free(&buffer);
+    xstr_free(&longText);
     xstr_free(&text);
     xstr_free(&shared);
     return noTable != nullptr || null != nullptr || wild == noisy || wildTable == nullptr ||

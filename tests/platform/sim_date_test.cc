@@ -52,8 +52,8 @@ TEST_F(SimParseDate, ReachesFarBackAndAhead) {
 }
 
 TEST_F(SimParseDate, RefusesYearsBeyondWhatTheCalendarCounts) {
-    for (const char* const text : {"1901-12-31 23:59:59", "2038-01-01 00:00:00",
-                                   "9999-12-31 23:59:59"}) {
+    for (const char* const text :
+         {"1901-12-31 23:59:59", "2038-01-01 00:00:00", "9999-12-31 23:59:59"}) {
         EXPECT_EQ(sizeof(time_t) == 4, parse(text) == -1) << text;
     }
 }

@@ -307,7 +307,9 @@ TEST_F(Dependencies, ThatAreNotNamedAreMissed) {
     EXPECT_FALSE(load("needy.so"));
 
     EXPECT_THAT(complaints(), ElementsAre(cannotOpen(needy)));
+#ifndef __UCLIBC__  // whose loader prints the symbol instead
     EXPECT_THAT(loadersReason(needy), HasSubstr("textOfProvider"));
+#endif
 }
 
 TEST_F(Dependencies, OneThatAddsWhoNamesItMakesThatTwoRows) {

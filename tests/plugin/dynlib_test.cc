@@ -226,7 +226,9 @@ TEST_F(DynLib, ThatIsNoLibraryIsRefusedWithTheReason) {
         EXPECT_EQ(3, log.lines()[1].priority);
         EXPECT_EQ(" open(#): Cannot open dynamic library: " + loadersReason(name),
                   log.lines()[1].text);
+#ifndef __UCLIBC__  // whose loader prints the name instead
         EXPECT_THAT(log.lines()[1].text, HasSubstr(name));
+#endif
     }
 }
 

@@ -15,6 +15,8 @@
 
 #include "zol/plugin.h"
 
+#include "support/syslog_capture.h"
+
 using testing::ElementsAre;
 using zol::CDynLib;
 
@@ -22,6 +24,7 @@ namespace {
 
 std::vector<std::string>* calls = nullptr;
 bool tellsClose = false;  // on the standard error
+bool isSilent = false;    // no reason is given
 int library = 0;          // whose address is the handle of everything
 
 }  // namespace
@@ -40,6 +43,10 @@ void* dlopen(const char* file, int mode) noexcept {
     }
     const auto next = reinterpret_cast<void* (*)(const char*, int)>(dlsym(RTLD_NEXT, "dlopen"));
     return next(file, mode);
+}
+
+char* dlerror() noexcept {
+    return isSilent ? nullptr : reinterpret_cast<char* (*)()>(dlsym(RTLD_NEXT, "dlerror"))();
 }
 
 int dlclose(void* handle) noexcept {
@@ -114,6 +121,19 @@ TEST_F(LoaderCalls, AClosedLibraryIsDestroyedWithoutTheLoader) {
     { const CDynLib closed; }
 
     EXPECT_THAT(made, ElementsAre());
+}
+
+TEST_F(LoaderCalls, ARefusalWithoutAReasonIsLogged) {
+    const SyslogCapture log;
+    CDynLib refused;
+
+    isSilent = true;
+    EXPECT_FALSE(refused.open("/nowhere/a.so"));
+    isSilent = false;
+
+    ASSERT_EQ(2U, log.lines().size());
+    EXPECT_EQ((SyslogCapture::Line{3, " open(#): Cannot open dynamic library: unknown error"}),
+              log.lines()[1]);
 }
 
 TEST_F(LoaderCalls, TheNewLibraryIsOpenedBeforeTheOldOneIsClosed) {

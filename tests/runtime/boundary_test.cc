@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdexcept>
+#include <stdio.h>
 #include <sys/socket.h>
 #include <typeinfo>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 
 #include "zol/cond.h"
 #include "zol/event.h"
+#include "zol/lyctx.h"
 #include "zol/plugin.h"
 #include "zol/process.h"
 #include "zol/sched.h"
@@ -200,6 +202,19 @@ TEST(Exception, LeavesEveryConditionTree) {
         EXPECT_THROW(tree->clean(const_cast<xcond*>(tree)), std::runtime_error);
     }
 }
+
+#if defined(__GLIBC__) && !defined(__UCLIBC__)  // others cannot be unwound themselves
+TEST(Exception, LeavesTheInputOfAParserFromACustomStream) {
+    cookie_io_functions_t functions = {};
+    functions.read = [](void*, char*, size_t) -> ssize_t { throw std::runtime_error("stream"); };
+    FILE* const stream = fopencookie(nullptr, "r", functions);
+    ASSERT_NE(nullptr, stream);
+    char bytes[10];
+
+    EXPECT_THROW((void)xlyctx_read_file(stream, bytes, sizeof bytes), std::runtime_error);
+    fclose(stream);
+}
+#endif
 
 // --- types ---
 

@@ -4,20 +4,38 @@
 
 #include <dlfcn.h>
 #include <errno.h>
+#include <glob.h>
 #include <new>
 #include <stddef.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include "support/next_function.h"
 
 namespace {
 
 thread_local int countdown = 0;
 thread_local bool failed = false;
 thread_local long live = 0;
-thread_local bool isPassing = false;  // the C library calls what it is itself made of
+// Numbers, not bools: sanitizers look at those, also in the calls that come before they are ready.
+thread_local int isSpared = 0;   // no allocation fails
+thread_local int isPassing = 0;  // neither fails nor counts
+
+// Sets a flag as long as it lives.
+class Raised {
+  public:
+    explicit Raised(int& flag) : m_flag(flag), m_before(flag) { flag = 1; }
+    ~Raised() { m_flag = m_before; }
+    Raised(const Raised&) = delete;
+    Raised& operator=(const Raised&) = delete;
+
+  private:
+    int& m_flag;
+    int m_before;
+};
 
 bool mustFail() {
-    if (countdown == 0 || isPassing || --countdown != 0) {
+    if (countdown == 0 || isSpared != 0 || isPassing != 0 || --countdown != 0) {
         return false;
     }
     failed = true;
@@ -88,39 +106,67 @@ const NextFunctions& nextFunctions() {
 }  // namespace
 #endif
 
+namespace {
+
+// The malloc() of some C libraries calls itself at times. Without an object of Raised, for
+// sanitizers call this before they are ready for one.
+void* allocate(size_t size) {
+    if (mustFail()) {
+        return nullptr;
+    }
+    const int before = isPassing;
+    isPassing = 1;
+    void* const block = REAL(malloc)(size);
+    isPassing = before;
+    live += block != nullptr && isPassing == 0 ? 1 : 0;
+    return block;
+}
+
+}  // namespace
+
 extern "C" {
 
 void* malloc(size_t size) {
-    void* const block = mustFail() ? nullptr : REAL(malloc)(size);
-    live += block != nullptr && !isPassing ? 1 : 0;
-    return block;
+    return allocate(size);
 }
 
 // Over malloc(), as that of some C libraries is, which would count its blocks twice.
 void* calloc(size_t count, size_t size) {
     size_t bytes = 0;
-    void* const block =
-        __builtin_mul_overflow(count, size, &bytes) || mustFail() ? nullptr : REAL(malloc)(bytes);
-    live += block != nullptr ? 1 : 0;
+    void* const block = __builtin_mul_overflow(count, size, &bytes) ? nullptr : allocate(bytes);
     return block == nullptr ? nullptr : memset(block, 0, bytes);
 }
 
-// That of some C libraries calls malloc() and free(), which is neither counted nor fails.
 void* realloc(void* old, size_t size) {
     if (mustFail()) {
         return nullptr;
     }
-    isPassing = true;
+    const Raised passing(isPassing);  // that of some C libraries calls malloc() and free()
     void* const block = REAL(realloc)(old, size);
-    isPassing = false;
     live += old == nullptr && block != nullptr ? 1 : 0;
     return block;
 }
 
 void free(void* block) {
-    live -= block != nullptr && !isPassing ? 1 : 0;
+    live -= block != nullptr && isPassing == 0 ? 1 : 0;
     REAL(free)(block);
 }
+
+#ifdef __UCLIBC__
+// These fall over null where they get no memory.
+
+void* dlopen(const char* file, int mode) noexcept {
+    static const auto next = nextFunction<void* (*)(const char*, int)>("dlopen");
+    const Raised spared(isSpared);
+    return next(file, mode);
+}
+
+int glob(const char* pattern, int flags, int (*tell)(const char*, int), glob_t* found) {
+    static const auto next = nextFunction<decltype(&glob)>("glob");
+    const Raised spared(isSpared);
+    return next(pattern, flags, tell, found);
+}
+#endif
 
 }  // extern "C"
 

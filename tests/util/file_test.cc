@@ -105,7 +105,12 @@ TEST_F(WriteFile, ThatCannotBeOpenedAnswersZeroAllTheSame) {
 }
 
 TEST_F(WriteFile, AnswersWhatClosingDoes) {
-    EXPECT_EQ(-1, CFileUtil::writeFile("/dev/full", "text", 1));
+#ifdef __UCLIBC__  // whose fclose(3) forgets that the last bytes could not be written
+    constexpr int kFull = 0;
+#else
+    constexpr int kFull = -1;
+#endif
+    EXPECT_EQ(kFull, CFileUtil::writeFile("/dev/full", "text", 1));
 }
 
 TEST_F(WriteFile, DoesNotTellOfAnErrorBeforeTheEnd) {

@@ -72,11 +72,13 @@ def bad(data):
 
 
 def show_bytes(data, count):
-    """Text as gdb writes it, with its limit of length."""
+    """Text as gdb writes it, with its limit of length: no more is read than it shows."""
     kind = gdb.lookup_type("char")
     if count == 0:
         return '""'
-    return gdb.Value(data).cast(kind.array(count - 1).pointer()).dereference().format_string()
+    shown = min(count, gdb.parameter("print elements") or count)
+    text = gdb.Value(data).cast(kind.array(shown - 1).pointer()).dereference().format_string()
+    return text if shown == count else text + "..."
 
 
 def show_string(data):

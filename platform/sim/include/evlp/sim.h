@@ -67,7 +67,8 @@ EVLP_API int evlp_sim_setDate(int64_t date);
  * are put forward, an hour is left out: it is taken as if that came an hour later.
  *
  * @param date  set on success only
- * @return      0; -1 for another text (EINVAL)
+ * @return      0; -1 for another text (EINVAL), and for years before 1902 or after 2037 where
+ *              seconds have 32 bits
  */
 EVLP_API int evlp_sim_parseDate(const char* text, int64_t* date);
 
