@@ -10,6 +10,8 @@ if(CMAKE_CROSSCOMPILING_EMULATOR MATCHES "^(.*/)?qemu-")
 endif()
 
 if(zol_is_emulated)
+    # Ten thousand children take five minutes and more where each has to be emulated.
+    list(APPEND left_out_xexec_test *TenThousand*)
     # The emulator needs the last real-time signals itself.
     list(APPEND left_out_evlp_test SignalOpen.AcceptsRealTimeSignals
          SignalOpen.AcceptsTheLastSignalThereIs

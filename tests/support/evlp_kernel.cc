@@ -49,6 +49,16 @@ Function* real(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+// Kept without a guard: that of a local static has a second thread wait by a call of syscall(),
+// which would come here again, and again.
+auto* realSyscall() {
+    static std::atomic<long (*)(long, ...)> function{nullptr};
+    if (function == nullptr) {
+        function = real<long(long, ...)>("syscall");
+    }
+    return function.load();
+}
+
 int realEpollWait(int epoll, epoll_event* events, int capacity, int timeoutMs) {
     static auto* const function = real<int(int, epoll_event*, int, int)>("epoll_wait");
     return function(epoll, events, capacity, timeoutMs);
@@ -166,8 +176,8 @@ long preciseWait(int epoll, epoll_event* events, int capacity, const KernelTime*
             epoll, events, capacity,
             timeout == nullptr ? -1 : timeout->seconds * kNsPerSecond + timeout->nanoseconds);
     }
-    static auto* const function = real<long(long, ...)>("syscall");
-    const long count = function(SYS_epoll_pwait2, epoll, events, capacity, timeout, nullptr, 0);
+    const long count =
+        realSyscall()(SYS_epoll_pwait2, epoll, events, capacity, timeout, nullptr, 0);
     if (count < 0 && errno != EINTR) {
         --calls.waits;  // refused by the real kernel
     }
@@ -193,8 +203,7 @@ long syscall(long number, ...) noexcept {
         return preciseWait(static_cast<int>(a[0]), reinterpret_cast<epoll_event*>(a[1]),
                            static_cast<int>(a[2]), reinterpret_cast<const KernelTime*>(a[3]));
     }
-    static auto* const function = real<long(long, ...)>("syscall");
-    return function(number, a[0], a[1], a[2], a[3], a[4], a[5]);
+    return realSyscall()(number, a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 
 int epoll_wait(int epoll, epoll_event* events, int capacity, int timeoutMs) {
