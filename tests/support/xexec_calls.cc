@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/xexec_calls.h"
 
+#include <atomic>
 #include <dlfcn.h>
 #include <errno.h>
 #include <grp.h>
@@ -29,7 +30,11 @@ XexecCalls* const xexecCalls = makeShared();
 extern "C" {
 
 long syscall(long number, ...) noexcept {
-    static auto* const function = real<long(long, ...)>("syscall");
+    // Kept without a guard: that of a local static has a second thread wait by this very call.
+    static std::atomic<long (*)(long, ...)> function{nullptr};
+    if (function == nullptr) {
+        function = real<long(long, ...)>("syscall");
+    }
     long words[6];
     va_list arguments;
     va_start(arguments, number);
@@ -46,7 +51,7 @@ long syscall(long number, ...) noexcept {
             }
         }
     }
-    return function(number, words[0], words[1], words[2], words[3], words[4], words[5]);
+    return function.load()(number, words[0], words[1], words[2], words[3], words[4], words[5]);
 }
 
 int sigaction(int signum, const struct sigaction* action, struct sigaction* former) noexcept {
